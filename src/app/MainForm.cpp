@@ -1,0 +1,163 @@
+#include "app/MainForm.h"
+
+#include <cmath>
+#include <new>
+
+#include "plot/Ticks.h"
+#include "store/Numbers.h"
+
+namespace {
+
+void SetupPanel(TQVgraph& graph, float* data, const char* xTitle, int seriesCount) {
+  graph.XTitle = xTitle;
+  graph.Y0Title = "Number of objects";
+  for (std::string& note : graph.Notes) note.clear();
+  graph.SeriesCount = seriesCount;
+  graph.Stride = kPanelStride;
+  graph.FontSize = 10;
+  graph.Series[1].Color = Colors::Blue;
+  graph.Data = data;
+}
+
+}  // namespace
+
+TMainForm::TMainForm(Platform& platform) : platform_(platform) {
+  if (!Spots.Allocate()) {
+    platform_.ShowMessage("Can not allocate memory for SPOT data");
+    platform_.CloseMainWindow();
+    return;
+  }
+  LeftData.reset(new (std::nothrow) float[kPanelRows * kPanelStride]());
+  RightData.reset(new (std::nothrow) float[kPanelRows * kPanelStride]());
+  Scratch.reset(new (std::nothrow) MsdScratch());
+  if (!LeftData || !RightData || !Scratch) {
+    Spots.Spots.reset();
+    platform_.ShowMessage("Can not allocate memory for SPOT data");
+    platform_.CloseMainWindow();
+    return;
+  }
+  SetupPanel(LeftGraph, LeftData.get(), "Intensity drop(counts/pix)", 1);
+  SetupPanel(RightGraph, RightData.get(), "Dlat (µm2/s)", 5);
+  RegisterCommands();
+}
+
+TMainForm::~TMainForm() = default;
+
+void TMainForm::SetCaption(const std::string& caption) {
+  Caption = caption;
+  platform_.SetCaption(caption);
+}
+
+PairRules TMainForm::CurrentPairRules() const {
+  PairRules rules;
+  rules.IndependentPairs = Menu.Checked("IndependentPairs");
+  rules.AbsoluteXspeed = Menu.Checked("AbsoluteXspeed");
+  return rules;
+}
+
+void TMainForm::ComputeTrackValuesOf(int32_t first, int32_t end) {
+  const PairRules rules = CurrentPairRules();
+  for (int32_t i = first; i < end; ++i) ComputeTrackValues(Spots[i], S, rules, *Scratch);
+}
+
+void TMainForm::RecomputeAllMobility() {
+  const PairRules rules = CurrentPairRules();
+  for (int32_t i = 0; i < Spots.NSpots; ++i) RecomputeMobility(Spots[i], S, rules, *Scratch);
+}
+
+int32_t TMainForm::SelectSpots() {
+  const bool timeWindow = Menu.Checked("UseTimeWindow");
+  const std::string& dlatClass = Menu.CheckedInGroup(MenuGroup::DlatClass);
+  const std::string& lenClass = Menu.CheckedInGroup(MenuGroup::Length);
+  const std::string& intClass = Menu.CheckedInGroup(MenuGroup::Intensity);
+  const std::string& velClass = Menu.CheckedInGroup(MenuGroup::Velocity);
+  const bool lowDlat = dlatClass == "SelectLowDlat", highDlat = dlatClass == "SelectHighDlat";
+  const bool shortLen = lenClass == "ShowShort", longLen = lenClass == "ShowLong";
+  const bool weak = intClass == "WeakInt", bright = intClass == "BrightInt";
+  const bool slow = velClass == "LowVelocities", fast = velClass == "HighVelocities";
+  const bool twoSteps = Menu.Checked("TwoStepsOnly");
+  const bool stopping = Menu.Checked("StoppingSpots");
+  const bool fastOnly = Menu.Checked("FastMovingSpots");
+
+  int32_t selected = 0;
+  for (int32_t i = 0; i < Spots.NSpots; ++i) {
+    SpotRec& t = Spots[i];
+    // Each test fails only on an ordered comparison, so a NaN value passes every class.
+    const double dlat = t.Dlat, averInt = t.AverInt, averVel = t.AverVel, stest = t.STest;
+    const int64_t end = static_cast<int64_t>(t.FirstFrame) + t.NPoints;
+    bool keep = true;
+    if (timeWindow && (end < S.StartFrame ||
+                       static_cast<int64_t>(S.StartFrame) + S.MinNumDataPoints < t.FirstFrame))
+      keep = false;
+    else if ((lowDlat && dlat > S.DlatThresh) || (highDlat && dlat < S.DlatThresh))
+      keep = false;
+    else if ((shortLen && t.NPoints > S.LenThresh) || (longLen && t.NPoints < S.LenThresh))
+      keep = false;
+    else if ((weak && averInt > S.IntThresh) || (bright && averInt <= S.IntThresh))
+      keep = false;
+    else if ((slow && averVel > S.VelThresh) || (fast && averVel <= S.VelThresh))
+      keep = false;
+    else if (twoSteps && stest < S.StestThresh)
+      keep = false;
+    else if (stopping && t.StopCount() == 0)
+      keep = false;
+    else if (t.Valid != 1 || (fastOnly && t.FastFlag != 1))
+      keep = false;
+    t.Selected = keep ? 1 : 0;
+    if (keep) ++selected;
+  }
+  Spots.NSelected = selected;
+  StatusText = std::to_string(Spots.NSpots) + " objects (" + std::to_string(selected) +
+               " selected), IntThresh=" + FormatReal(S.IntThresh) +
+               ", length=" + std::to_string(S.LenThresh) + " points" +
+               ", velThresh=" + FormatReal(S.VelThresh);
+  platform_.SetStatusText(StatusText);
+  return selected;
+}
+
+void TMainForm::UpdateAnalysis() {
+  SelectSpots();
+  if (Spots.NSelected < 3) {
+    TQVgraph& g = RightGraph;
+    g.FirstXval = 0;
+    g.LastXval = 0.001;
+    g.FirstY0val = 0;
+    g.LastY0val = 0.001;
+    g.FirstY1val = 0;
+    g.LastY1val = 1;
+    g.TickXdist = NiceTickDistance(g.LastXval - g.FirstXval, 1);
+    g.TickY0dist = NiceTickDistance(g.LastY0val - g.FirstY0val, 1);
+    g.TickY1dist = NiceTickDistance(g.LastY1val - g.FirstY1val, 1);
+    g.Notes[0] = "Too few objects selected";
+    platform_.Repaint();
+    return;
+  }
+  GraphsReady = true;
+  RightGraph.HasData = true;
+  platform_.Repaint();
+}
+
+void TMainForm::RegisterCommands() {
+  commands_ = {
+      {"OpenNewFile", [this] { OpenNewFileClick(); }},
+      {"AddDataFile", [this] { AddDataFileClick(); }},
+      {"SaveData", [this] { SaveDataClick(); }},
+      {"OpenXYtxt", [this] { OpenXYtxtClick(); }},
+  };
+}
+
+bool TMainForm::RunCommand(std::string_view name) {
+  for (auto& [commandName, handler] : commands_) {
+    if (commandName == name) {
+      handler();
+      return true;
+    }
+  }
+  return false;
+}
+
+std::vector<std::string> TMainForm::CommandNames() const {
+  std::vector<std::string> names;
+  for (const auto& entry : commands_) names.push_back(entry.first);
+  return names;
+}

@@ -1,0 +1,112 @@
+#pragma once
+// The main window's state and commands, free of any window system. The Qt window,
+// the batch tool and the tests all drive this one object.
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/MenuModel.h"
+#include "app/Platform.h"
+#include "plot/TQVgraph.h"
+#include "stats/TrackValues.h"
+#include "store/Settings.h"
+#include "store/TrackStore.h"
+
+// Rows of a panel's data matrix and their length.
+inline constexpr int kPanelRows = 6;
+inline constexpr int kPanelStride = 10000;
+
+class TMainForm {
+ public:
+  explicit TMainForm(Platform& platform);
+  ~TMainForm();
+  TMainForm(const TMainForm&) = delete;
+  TMainForm& operator=(const TMainForm&) = delete;
+
+  // False when the store could not be allocated (the window then closed itself).
+  bool Ready() const { return Spots.Allocated(); }
+
+  // --- the store, settings and menus
+  TrackStore Spots;
+  Settings S;
+  MenuModel Menu;
+
+  // --- loading state
+  bool OldFormat = false;
+  bool ZeroMarker = false;
+  bool Format2016 = false;
+  int32_t NFiles = 0;
+  int32_t CurSpot = 0;
+  bool DualsFound = false;
+
+  // --- window state
+  bool GraphsReady = false;
+  int MouseX = 0;
+  int ClientWidth = 1197;
+  int ClientHeight = 623;
+  std::string Caption = "Kinetra Statistics";
+  std::string ViewerCaption;  // caption of the single-track viewer's graph
+  std::string StatusText;
+  std::string TimeUnit = "s";
+  std::string DlatUnit = "µm2/s";
+  double DlatShift = 0;
+
+  // --- results of the last analyses
+  float FitSlope = 0;
+  double AverDlat = 0;
+  double DlatSD = 0;
+  int32_t NMSDPoints = 0;
+
+  // --- the panels
+  std::unique_ptr<float[]> LeftData;   // kPanelRows x kPanelStride
+  std::unique_ptr<float[]> RightData;
+  TQVgraph LeftGraph;
+  TQVgraph RightGraph;
+
+  // Work arrays of the per-track computations on load.
+  std::unique_ptr<MsdScratch> Scratch;
+
+  // --- commands, named after their menu items
+  void OpenNewFileClick();
+  void AddDataFileClick();
+  void SaveDataClick();
+  void OpenXYtxtClick();
+
+  // Reads one QVI file into the store (replacing it when `replace`), then recomputes.
+  void LoadQVIFile(const std::string& path, bool replace);
+
+  // The one recomputation pass: filters, selection, both panels, repaint.
+  void UpdateAnalysis();
+  // Marks the tracks that pass the current classes and filters; returns NSelected.
+  int32_t SelectSpots();
+
+  // The pair rules the FILTER menu sets for MSD and velocity.
+  PairRules CurrentPairRules() const;
+  // Per-track values of every track in the store, as on load.
+  void ComputeTrackValuesOf(int32_t first, int32_t end);
+  // Dlat and AverVel of every track, after coordinates or time settings change.
+  void RecomputeAllMobility();
+
+  // Runs a menu command by its component name; false when there is no such command.
+  bool RunCommand(std::string_view name);
+  // Names RunCommand accepts, in menu order.
+  std::vector<std::string> CommandNames() const;
+
+  Platform& platform() { return platform_; }
+
+  // The program's pseudo-random integers in [0, n), 0 when n is 0. Never seeded from
+  // the clock, so the synthetic tracks of "Open TXT file" repeat from run to run.
+  uint32_t RandomBelow(uint32_t n);
+
+ private:
+  void RegisterCommands();
+  void SetCaption(const std::string& caption);
+
+  Platform& platform_;
+  std::minstd_rand random_;
+  std::vector<std::pair<std::string, std::function<void()>>> commands_;
+};

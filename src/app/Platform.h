@@ -1,0 +1,44 @@
+#pragma once
+// Every way the program reaches the user goes through this interface: the Qt
+// window implements it with dialogs, tests with a script, the batch tool from
+// its command line. Commands never talk to a window system directly.
+#include <optional>
+#include <string>
+#include <vector>
+
+class Bitmap;
+
+struct FileDialog {
+  std::string title;       // empty: the platform's default title
+  std::string filter;      // "Description|*.ext"
+  std::string defaultExt;  // without the dot
+  bool multiSelect = false;
+  bool promptOverwrite = false;
+};
+
+class Platform {
+ public:
+  virtual ~Platform() = default;
+
+  virtual void ShowMessage(const std::string& text) = 0;
+  // A modal one-line prompt; nullopt when cancelled.
+  virtual std::optional<std::string> InputQuery(const std::string& caption,
+                                                const std::string& prompt,
+                                                const std::string& defaultText) = 0;
+  // Chosen paths in the dialog's order; empty when cancelled.
+  virtual std::vector<std::string> OpenFileDialog(const FileDialog& dialog) = 0;
+  virtual std::optional<std::string> SaveFileDialog(const FileDialog& dialog) = 0;
+  virtual std::optional<std::string> SavePictureDialog(const FileDialog& dialog) = 0;
+  // True when the user confirms printing; then PrintBitmap sends the job.
+  virtual bool PrintDialog() = 0;
+  virtual void PrintBitmap(const Bitmap& picture, int zoom) = 0;
+
+  virtual void Beep() = 0;
+  virtual void Repaint() = 0;
+  virtual void SetCaption(const std::string& caption) = 0;
+  virtual void SetStatusText(const std::string& text) = 0;
+
+  virtual void ShowViewer() = 0;
+  virtual void CloseViewer() = 0;
+  virtual void CloseMainWindow() = 0;
+};

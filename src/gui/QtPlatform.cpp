@@ -1,0 +1,1 @@
+// Placeholder so the GUI library has a source until the window lands.

@@ -1,0 +1,41 @@
+#pragma once
+// Per-track values: MSD and Dlat, average velocity, mean intensity, intensity drop.
+#include <cstdint>
+
+struct SpotRec;
+struct Settings;
+
+// The menu toggles that change how pairs of points are taken.
+struct PairRules {
+  bool IndependentPairs = false;  // non-overlapping pairs only
+  bool AbsoluteXspeed = false;    // steps towards smaller X count negative
+};
+
+// MSD[k] and Dk[k] for k = 1 .. n/2 - 1 (slot 0 untouched); returns the mean of
+// Dk[2 .. n/2 - 1]. Both arrays must hold at least max(n/2, 1) floats; n is clipped
+// to kMaxPoints. Tracks of fewer than 6 points give NaN.
+double CalcTrackMSD(const float* x, const float* y, int32_t n, float lag, float* Dk, float* MSD,
+                    bool independentPairs);
+
+// Average velocity over steps of `velocityStep` frames (0 when no step fits).
+double CalcTrackVelocity(const SpotRec& track, const Settings& settings, const PairRules& rules);
+
+// Mean intensity over all frames.
+float AverageIntensity(const SpotRec& track);
+
+// Finds the largest intensity drop between two windows of `window` frames and sets
+// StepIndex, IntBefore, IntAfter and STest.
+void FindIntensityDrop(SpotRec& track, int32_t window);
+
+// Work arrays for CalcTrackMSD, one lag per slot.
+struct MsdScratch {
+  float MSD[10000];
+  float Dk[10000];
+};
+
+// AverInt, Dlat, AverVel and the intensity drop, in that order, as on load.
+void ComputeTrackValues(SpotRec& track, const Settings& settings, const PairRules& rules,
+                        MsdScratch& scratch);
+// Dlat and AverVel only, after coordinates or time settings change.
+void RecomputeMobility(SpotRec& track, const Settings& settings, const PairRules& rules,
+                       MsdScratch& scratch);

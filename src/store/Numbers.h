@@ -1,0 +1,28 @@
+#pragma once
+// Number conversions shared by readers, notes, captions and text exports.
+#include <cstdint>
+#include <string>
+
+// Integer stored as a float in a file: integer part of (value + 0.001), toward zero.
+// NaN gives 0 and values beyond the int32 range are clamped, so no conversion is undefined.
+int32_t IntFromStoredFloat(float value);
+
+// Toward-zero conversion of a double to int32 with the same guards.
+int32_t TruncToInt(double value);
+
+// trunc(value * scale) * step, the truncation used by notes and captions; NaN and
+// infinities pass through unchanged.
+double TruncateTo(double value, double scale, double step);
+
+// The shortest general form used in notes, captions and the status bar:
+// up to 15 significant digits, no trailing zeros ("0.05", "30", "1e-05", "nan").
+std::string FormatReal(double value);
+
+// The general form with `digits` significant digits, as the text exports write it.
+std::string FormatG(double value, int digits);
+
+// Decimal text to a number the way the prompts read it: leading blanks skipped,
+// the longest decimal prefix taken, anything that is not a number gives 0.
+double ParseDecimal(const std::string& text);
+// Integer text: 0 when the text is not an integer.
+int32_t ParseInteger(const std::string& text, bool* ok = nullptr);

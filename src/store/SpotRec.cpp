@@ -1,0 +1,9 @@
+#include "store/SpotRec.h"
+
+bool SpotRec::AllocateFrames(int32_t nPoints) {
+  Int.Release();
+  X.Release();
+  Y.Release();
+  const int32_t count = (nPoints < 0 ? 0 : nPoints) + kSpareFrames;
+  return Int.Allocate(count) && X.Allocate(count) && Y.Allocate(count);
+}

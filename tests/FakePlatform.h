@@ -1,0 +1,67 @@
+#pragma once
+// A scripted Platform for tests: answers are queued in advance, everything the
+// program says is recorded.
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/Platform.h"
+
+class FakePlatform : public Platform {
+ public:
+  // Answers, consumed in order; an empty queue means "Cancel".
+  std::deque<std::optional<std::string>> promptAnswers;
+  std::deque<std::vector<std::string>> openAnswers;
+  std::deque<std::optional<std::string>> saveAnswers;
+  bool printConfirm = false;
+
+  // What happened.
+  std::vector<std::string> messages;
+  std::vector<std::string> prompts;  // "caption|prompt|default"
+  std::vector<FileDialog> dialogs;
+  std::string caption;
+  std::string status;
+  int repaints = 0;
+  int beeps = 0;
+  int viewerShown = 0;
+  int viewerClosed = 0;
+  int printed = 0;
+  bool mainClosed = false;
+
+  void ShowMessage(const std::string& text) override { messages.push_back(text); }
+  std::optional<std::string> InputQuery(const std::string& c, const std::string& p,
+                                        const std::string& d) override {
+    prompts.push_back(c + "|" + p + "|" + d);
+    if (promptAnswers.empty()) return std::nullopt;
+    auto answer = promptAnswers.front();
+    promptAnswers.pop_front();
+    return answer;
+  }
+  std::vector<std::string> OpenFileDialog(const FileDialog& dialog) override {
+    dialogs.push_back(dialog);
+    if (openAnswers.empty()) return {};
+    auto answer = openAnswers.front();
+    openAnswers.pop_front();
+    return answer;
+  }
+  std::optional<std::string> SaveFileDialog(const FileDialog& dialog) override {
+    dialogs.push_back(dialog);
+    if (saveAnswers.empty()) return std::nullopt;
+    auto answer = saveAnswers.front();
+    saveAnswers.pop_front();
+    return answer;
+  }
+  std::optional<std::string> SavePictureDialog(const FileDialog& dialog) override {
+    return SaveFileDialog(dialog);
+  }
+  bool PrintDialog() override { return printConfirm; }
+  void PrintBitmap(const Bitmap&, int) override { ++printed; }
+  void Beep() override { ++beeps; }
+  void Repaint() override { ++repaints; }
+  void SetCaption(const std::string& text) override { caption = text; }
+  void SetStatusText(const std::string& text) override { status = text; }
+  void ShowViewer() override { ++viewerShown; }
+  void CloseViewer() override { ++viewerClosed; }
+  void CloseMainWindow() override { mainClosed = true; }
+};
