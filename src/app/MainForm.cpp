@@ -146,6 +146,12 @@ void TMainForm::RegisterCommands() {
   };
 }
 
+bool TMainForm::HasCommand(std::string_view name) const {
+  for (const auto& entry : commands_)
+    if (entry.first == name) return true;
+  return false;
+}
+
 bool TMainForm::RunCommand(std::string_view name) {
   for (auto& [commandName, handler] : commands_) {
     if (commandName == name) {

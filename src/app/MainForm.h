@@ -91,8 +91,13 @@ class TMainForm {
   // Dlat and AverVel of every track, after coordinates or time settings change.
   void RecomputeAllMobility();
 
+  // A key-down on the main window, by virtual key code: the arrow keys and L, H, I, D
+  // step the thresholds and recompute.
+  void KeyDown(int key);
+
   // Runs a menu command by its component name; false when there is no such command.
   bool RunCommand(std::string_view name);
+  bool HasCommand(std::string_view name) const;
   // Names RunCommand accepts, in menu order.
   std::vector<std::string> CommandNames() const;
 

@@ -1,1 +1,76 @@
-int main() { return 0; }
+// kinetra-batch: the main window's commands driven from the command line.
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "app/MainForm.h"
+#include "cli/BatchOptions.h"
+#include "cli/BatchPlatform.h"
+#include "cli/TrackTable.h"
+
+#ifdef KINETRA_WITH_QT
+#include "cli/BatchQt.h"
+#endif
+
+namespace {
+
+bool WriteTable(const std::string& path, const TrackStore& store) {
+  std::ofstream out(path, std::ios::binary);
+  if (!out) return false;
+  WriteTrackTable(out, store);
+  return static_cast<bool>(out);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+#ifdef KINETRA_WITH_QT
+  BatchQt qt(argc, argv);
+#endif
+  std::vector<std::string> args(argv + 1, argv + argc);
+  std::string error;
+  const auto options = ParseBatchOptions(args, error);
+
+  BatchPlatform platform(std::cerr);
+  TMainForm form(platform);
+  if (!form.Ready()) return 1;
+  if (!options) {
+    std::cerr << "kinetra-batch: " << error << "\n\n" << BatchUsage(form.CommandNames());
+    return 2;
+  }
+  if (options->help) {
+    std::cout << BatchUsage(form.CommandNames());
+    return 0;
+  }
+  // Unknown names are refused before anything runs, so a typo costs no work.
+  for (const BatchStep& step : options->steps) {
+    if (step.kind == BatchStep::Command && !form.HasCommand(step.name)) {
+      std::cerr << "kinetra-batch: unknown command '" << step.name << "' (see --help)\n";
+      return 2;
+    }
+  }
+
+  form.ClientWidth = options->width;
+  form.ClientHeight = options->height;
+  if (!options->files.empty()) {
+    platform.SetOpenAnswers(options->files);
+    form.RunCommand("OpenNewFile");
+  }
+  for (const BatchStep& step : options->steps) {
+    if (platform.closed()) break;
+    if (step.kind == BatchStep::Key) {
+      form.KeyDown(step.key);
+      continue;
+    }
+    platform.SetAnswer(step.answer);
+    form.RunCommand(step.name);
+    platform.SetAnswer(std::nullopt);
+  }
+
+  if (!options->tablePath.empty() && !WriteTable(options->tablePath, form.Spots)) {
+    std::cerr << "kinetra-batch: cannot write " << options->tablePath << "\n";
+    return 1;
+  }
+  return 0;
+}

@@ -1,0 +1,113 @@
+#include "cli/BatchOptions.h"
+
+#include "store/Numbers.h"
+
+namespace {
+
+bool ParseSize(const std::string& text, int& width, int& height) {
+  const size_t x = text.find('x');
+  if (x == std::string::npos) return false;
+  bool okW = false, okH = false;
+  const int w = ParseInteger(text.substr(0, x), &okW);
+  const int h = ParseInteger(text.substr(x + 1), &okH);
+  // Beyond this the two panel bitmaps alone would take gigabytes.
+  constexpr int kMaxSide = 20000;
+  if (!okW || !okH || w < 2 || h < 2 || w > kMaxSide || h > kMaxSide) return false;
+  width = w;
+  height = h;
+  return true;
+}
+
+}  // namespace
+
+std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& args,
+                                              std::string& error) {
+  BatchOptions options;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    auto value = [&](std::string& out) {
+      if (i + 1 >= args.size()) {
+        error.assign(arg).append(" needs a value");
+        return false;
+      }
+      out = args[++i];
+      return true;
+    };
+    std::string v;
+    if (arg == "--help" || arg == "-h") {
+      options.help = true;
+    } else if (arg == "--cmd") {
+      if (!value(v)) return std::nullopt;
+      BatchStep step;
+      const size_t eq = v.find('=');
+      step.name = v.substr(0, eq);
+      if (eq != std::string::npos) step.answer = v.substr(eq + 1);
+      options.steps.push_back(std::move(step));
+    } else if (arg == "--key") {
+      if (!value(v)) return std::nullopt;
+      bool ok = false;
+      BatchStep step;
+      step.kind = BatchStep::Key;
+      step.key = ParseInteger(v, &ok);
+      if (!ok) {
+        error.assign("--key needs a virtual key code, not '").append(v).append("'");
+        return std::nullopt;
+      }
+      options.steps.push_back(std::move(step));
+    } else if (arg == "--table") {
+      if (!value(options.tablePath)) return std::nullopt;
+    } else if (arg == "--rows") {
+      if (!value(options.rowsPath)) return std::nullopt;
+    } else if (arg == "--notes") {
+      options.notes = true;
+    } else if (arg == "--size") {
+      if (!value(v)) return std::nullopt;
+      if (!ParseSize(v, options.width, options.height)) {
+        error = "--size needs WIDTHxHEIGHT, for example 1197x623";
+        return std::nullopt;
+      }
+    } else if (arg.size() > 1 && arg[0] == '-') {
+      error.assign("unknown option ").append(arg);
+      return std::nullopt;
+    } else {
+      options.files.push_back(arg);
+    }
+  }
+  return options;
+}
+
+std::string BatchUsage(const std::vector<std::string>& commandNames) {
+  std::string text =
+      "usage: kinetra-batch [FILE.qvi ...] [options]\n"
+      "\n"
+      "Runs the analysis headless. FILEs are opened first, as \"Open New File(s)\" would\n"
+      "(the first replaces the store, the rest are appended); then the steps run in the\n"
+      "order given; then the outputs are written.\n"
+      "\n"
+      "steps:\n"
+      "  --cmd NAME          run the menu command NAME\n"
+      "  --cmd NAME=ANSWER   run it with its prompt or file dialog answered by ANSWER\n"
+      "                      (a value for a prompt, a path for a dialog)\n"
+      "  --key CODE          send a key-down with this virtual key code to the main window\n"
+      "outputs:\n"
+      "  --table PATH        per-track table (tab-separated, one line per track)\n"
+      "  --notes             print each panel's caption, titles and notes\n"
+      "  --rows PATH         both panels' drawn rows as tab-separated text\n"
+      "  --size WxH          client size of the window for pictures (default 1197x623)\n"
+      "  --help              this text\n"
+      "\n"
+      "Messages the program shows go to standard error as 'message: TEXT'.\n"
+      "\n"
+      "commands:\n";
+  size_t column = 0;
+  for (const std::string& name : commandNames) {
+    if (column > 0 && column + name.size() + 1 > 78) {
+      text += '\n';
+      column = 0;
+    }
+    text.append(column == 0 ? "  " : " ").append(name);
+    column += name.size() + (column == 0 ? 2 : 1);
+  }
+  text += '\n';
+  return text;
+}

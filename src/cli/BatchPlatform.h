@@ -1,0 +1,50 @@
+#pragma once
+// Platform for the headless batch tool: each command's prompt or file dialog is
+// answered by the value given with it on the command line; messages go to stderr.
+#include <iosfwd>
+#include <utility>
+#include <vector>
+#include <optional>
+#include <string>
+
+#include "app/Platform.h"
+
+class BatchPlatform : public Platform {
+ public:
+  explicit BatchPlatform(std::ostream& messages) : messages_(messages) {}
+
+  // The answer for the next prompt or dialog of the command about to run; none = Cancel.
+  void SetAnswer(std::optional<std::string> answer) { answer_ = std::move(answer); }
+  void SetOpenAnswers(std::vector<std::string> paths) { openAnswers_ = std::move(paths); }
+
+  void ShowMessage(const std::string& text) override;
+  std::optional<std::string> InputQuery(const std::string& caption, const std::string& prompt,
+                                        const std::string& defaultText) override;
+  std::vector<std::string> OpenFileDialog(const FileDialog& dialog) override;
+  std::optional<std::string> SaveFileDialog(const FileDialog& dialog) override;
+  std::optional<std::string> SavePictureDialog(const FileDialog& dialog) override;
+  // No printer headless: the print dialog is always cancelled.
+  bool PrintDialog() override { return false; }
+  void PrintBitmap(const Bitmap&, int) override {}
+  void Beep() override {}
+  void Repaint() override {}
+  void SetCaption(const std::string& caption) override { caption_ = caption; }
+  void SetStatusText(const std::string& text) override { status_ = text; }
+  void ShowViewer() override {}
+  void CloseViewer() override {}
+  void CloseMainWindow() override { closed_ = true; }
+
+  const std::string& caption() const { return caption_; }
+  const std::string& status() const { return status_; }
+  bool closed() const { return closed_; }
+
+ private:
+  std::optional<std::string> TakeAnswer();
+
+  std::ostream& messages_;
+  std::optional<std::string> answer_;
+  std::vector<std::string> openAnswers_;
+  std::string caption_;
+  std::string status_;
+  bool closed_ = false;
+};
