@@ -17,6 +17,7 @@ void SetupPanel(TQVgraph& graph, float* data, const char* xTitle, int seriesCoun
   graph.FontSize = 10;
   graph.Series[1].Color = Colors::Blue;
   graph.Data = data;
+  graph.HasData = true;
 }
 
 }  // namespace
@@ -30,7 +31,8 @@ TMainForm::TMainForm(Platform& platform) : platform_(platform) {
   LeftData.reset(new (std::nothrow) float[kPanelRows * kPanelStride]());
   RightData.reset(new (std::nothrow) float[kPanelRows * kPanelStride]());
   Scratch.reset(new (std::nothrow) MsdScratch());
-  if (!LeftData || !RightData || !Scratch) {
+  WorkRows.reset(new (std::nothrow) float[kWorkRows * kRowLength]());
+  if (!LeftData || !RightData || !Scratch || !WorkRows) {
     Spots.Spots.reset();
     platform_.ShowMessage("Can not allocate memory for SPOT data");
     platform_.CloseMainWindow();
@@ -115,35 +117,33 @@ int32_t TMainForm::SelectSpots() {
   return selected;
 }
 
-void TMainForm::UpdateAnalysis() {
-  SelectSpots();
-  if (Spots.NSelected < 3) {
-    TQVgraph& g = RightGraph;
-    g.FirstXval = 0;
-    g.LastXval = 0.001;
-    g.FirstY0val = 0;
-    g.LastY0val = 0.001;
-    g.FirstY1val = 0;
-    g.LastY1val = 1;
-    g.TickXdist = NiceTickDistance(g.LastXval - g.FirstXval, 1);
-    g.TickY0dist = NiceTickDistance(g.LastY0val - g.FirstY0val, 1);
-    g.TickY1dist = NiceTickDistance(g.LastY1val - g.FirstY1val, 1);
-    g.Notes[0] = "Too few objects selected";
-    platform_.Repaint();
-    return;
-  }
-  GraphsReady = true;
-  RightGraph.HasData = true;
-  platform_.Repaint();
-}
-
 void TMainForm::RegisterCommands() {
   commands_ = {
       {"OpenNewFile", [this] { OpenNewFileClick(); }},
       {"AddDataFile", [this] { AddDataFileClick(); }},
       {"SaveData", [this] { SaveDataClick(); }},
       {"OpenXYtxt", [this] { OpenXYtxtClick(); }},
+      {"L_RemeberGraph", [this] { RemeberGraphClick(false); }},
+      {"R_RemeberGraph", [this] { RemeberGraphClick(true); }},
+      {"ShowFreq", [this] { ShowFreqClick(); }},
+      {"AutoScaling", [this] { AutoScalingClick(); }},
+      {"IncrDlatLim", [this] { IncrDlatLimClick(); }},
+      {"DecrDlatLim", [this] { DecrDlatLimClick(); }},
+      {"NextSpot", [this] { NextSpotClick(); }},
+      {"PrevSpot", [this] { PrevSpotClick(); }},
   };
+  RegisterSettingsCommands();
+  // Every radio item of the panel and class menus is a command of its own.
+  for (const MenuItem& item : Menu.Items()) {
+    if (item.group == MenuGroup::LeftPanel || item.group == MenuGroup::RightPanel)
+      commands_.emplace_back(item.name, [this, name = item.name] { ChoosePanel(name); });
+    else if (item.group != 0)
+      commands_.emplace_back(item.name, [this, name = item.name] { ChooseClass(name); });
+  }
+}
+
+void TMainForm::AddCommand(std::string name, std::function<void()> handler) {
+  commands_.emplace_back(std::move(name), std::move(handler));
 }
 
 bool TMainForm::HasCommand(std::string_view name) const {

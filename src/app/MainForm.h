@@ -12,6 +12,7 @@
 #include "app/MenuModel.h"
 #include "app/Platform.h"
 #include "plot/TQVgraph.h"
+#include "stats/Analysis.h"
 #include "stats/TrackValues.h"
 #include "store/Settings.h"
 #include "store/TrackStore.h"
@@ -55,11 +56,8 @@ class TMainForm {
   std::string DlatUnit = "µm2/s";
   double DlatShift = 0;
 
-  // --- results of the last analyses
-  float FitSlope = 0;
-  double AverDlat = 0;
-  double DlatSD = 0;
-  int32_t NMSDPoints = 0;
+  // --- results of the last analyses (AverDlat, DlatSD, NMSDPoints, FitSlope, ...)
+  AnalysisResults Results;
 
   // --- the panels
   std::unique_ptr<float[]> LeftData;   // kPanelRows x kPanelStride
@@ -69,6 +67,8 @@ class TMainForm {
 
   // Work arrays of the per-track computations on load.
   std::unique_ptr<MsdScratch> Scratch;
+  // Rows the analyses fill before copying them to a panel.
+  std::unique_ptr<float[]> WorkRows;  // kWorkRows x kRowLength
 
   // --- commands, named after their menu items
   void OpenNewFileClick();
@@ -95,6 +95,24 @@ class TMainForm {
   // step the thresholds and recompute.
   void KeyDown(int key);
 
+  // Choosing an item of the Left or Right menu: check it, caption the menu, recompute.
+  void ChoosePanel(const std::string& item);
+  // Choosing an item of a selection-class menu.
+  void ChooseClass(const std::string& item);
+  void ShowFreqClick();
+  void AutoScalingClick();
+  void RemeberGraphClick(bool right);
+  void IncrDlatLimClick();
+  void DecrDlatLimClick();
+  void NextSpotClick();
+  void PrevSpotClick();
+  // Hands the track at CurSpot to the single-track viewer when it is selected.
+  void ShowCurrentSpot();
+  // The selected tracks and flags an analysis reads, for one panel's run.
+  AnalysisContext MakeAnalysisContext();
+  // Runs the analysis of the checked item of one panel menu into its graph.
+  void RunPanel(const std::string& item, TQVgraph& graph);
+
   // Runs a menu command by its component name; false when there is no such command.
   bool RunCommand(std::string_view name);
   bool HasCommand(std::string_view name) const;
@@ -109,6 +127,8 @@ class TMainForm {
 
  private:
   void RegisterCommands();
+  void RegisterSettingsCommands();  // MainFormSettings.cpp
+  void AddCommand(std::string name, std::function<void()> handler);
   void SetCaption(const std::string& caption);
 
   Platform& platform_;

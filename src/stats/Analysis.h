@@ -1,0 +1,55 @@
+#pragma once
+// What a panel analysis works with: the store, the settings, the menu toggles it
+// reads, the results it leaves for the status line and the exports, scratch rows,
+// and the way to tell the user about a failure.
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "stats/TrackValues.h"
+#include "store/Settings.h"
+#include "store/TrackStore.h"
+
+class TQVgraph;
+
+// Length of every panel row (X values and series).
+inline constexpr int kRowLength = 10000;
+// Scratch rows an analysis may fill before copying the first of them to its panel.
+inline constexpr int kWorkRows = 8;
+
+// Results the last analyses left behind; read by the notes, the exports and the viewer.
+struct AnalysisResults {
+  double AverDlat = 0;
+  double DlatSD = 0;
+  int32_t NMSDPoints = 0;
+  float FitSlope = 0;
+};
+
+// Menu check marks the analyses read.
+struct AnalysisFlags {
+  bool ShowFreq = false;
+  bool AutoScaling = true;
+  bool Time0 = false;  // "All Trajectories at 0 time"
+  PairRules Rules;
+};
+
+struct AnalysisContext {
+  TrackStore& Spots;
+  const Settings& S;
+  AnalysisFlags Flags;
+  std::string TimeUnit;  // "s" or "min"
+  std::string DlatUnit;  // "µm2/s" or "µm2/min"
+  AnalysisResults& Results;
+  float* Work;  // kWorkRows rows of kRowLength floats
+  std::function<void(const std::string&)> Message;
+  std::function<void()> CloseMainWindow;
+
+  float* WorkRow(int r) const { return Work + static_cast<size_t>(r) * kRowLength; }
+  double LagUnit() const { return S.dT * S.TimeScale; }
+};
+
+// Every panel analysis has this shape.
+using PanelAnalysis = void (*)(AnalysisContext& context, TQVgraph& graph);
+
+// Copies the first `rows` work rows whole into the panel's data matrix.
+void CopyRowsToPanel(const AnalysisContext& context, TQVgraph& graph, int rows);
