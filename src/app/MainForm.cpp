@@ -17,6 +17,7 @@ void SetupPanel(TQVgraph& graph, float* data, const char* xTitle, int seriesCoun
   graph.FontSize = 10;
   graph.Series[1].Color = Colors::Blue;
   graph.Data = data;
+  graph.DataRows = kPanelRows;
   graph.HasData = true;
 }
 
@@ -40,6 +41,7 @@ TMainForm::TMainForm(Platform& platform) : platform_(platform) {
   }
   SetupPanel(LeftGraph, LeftData.get(), "Intensity drop(counts/pix)", 1);
   SetupPanel(RightGraph, RightData.get(), "Dlat (µm2/s)", 5);
+  LeftGraph.OnBeep = RightGraph.OnBeep = [this] { platform_.Beep(); };
   RegisterCommands();
 }
 
@@ -133,6 +135,8 @@ void TMainForm::RegisterCommands() {
       {"PrevSpot", [this] { PrevSpotClick(); }},
   };
   RegisterSettingsCommands();
+  RegisterPictureCommands();
+  RegisterFitCommands();
   // Every radio item of the panel and class menus is a command of its own.
   for (const MenuItem& item : Menu.Items()) {
     if (item.group == MenuGroup::LeftPanel || item.group == MenuGroup::RightPanel)

@@ -70,12 +70,22 @@ class TMainForm {
   // Rows the analyses fill before copying them to a panel.
   std::unique_ptr<float[]> WorkRows;  // kWorkRows x kRowLength
 
+  // --- window events, as plain values
+  // The client area changed: each panel takes half the width and the height above the status bar.
+  void FormResize(int clientWidth, int clientHeight, int statusBarHeight);
+  // Paints the right panel, then the left, onto the window's canvas (nothing before the
+  // first recomputation).
+  void FormPaint(Canvas& windowCanvas);
+  int StatusBarHeight = 20;
+
   // --- commands, named after their menu items
   void OpenNewFileClick();
   void AddDataFileClick();
   void SaveDataClick();
   void OpenXYtxtClick();
 
+  // Reads files as "Open New File(s)" does: the first replaces the store, the rest append.
+  void OpenQVIFiles(const std::vector<std::string>& files);
   // Reads one QVI file into the store (replacing it when `replace`), then recomputes.
   void LoadQVIFile(const std::string& path, bool replace);
 
@@ -113,6 +123,46 @@ class TMainForm {
   // Runs the analysis of the checked item of one panel menu into its graph.
   void RunPanel(const std::string& item, TQVgraph& graph);
 
+  // --- settings commands (MainFormSettings.cpp): a prompt, a range check, the item's new
+  // caption, then UpdateAnalysis
+  void DeltaTimeClick();
+  void IntStepClick();
+  void SetDlatBinClick();
+  void VelocityBinSetClick();
+  void DistBinSetClick();
+  void SetDistanceLimitClick();
+  void SetDlatThreshClick();
+  void SetVelThreshClick();
+  void SetStestThreshClick();
+  void VelocityLimitClick();
+  void HighVelocityThreshClick();
+  void SetVelocityStepClick();
+  void MinNumDataPointsSetClick();
+  void SetMSDfittingLimitClick();
+  void StartFrameClick();
+  // Runs the prompt command of one Settings item by its component name.
+  void RunSettingPrompt(std::string_view item);
+  void TimeMinutesClick();
+  // The one-shot start-up timer: asks for the frame interval, the first time only.
+  void StartupTimerFired();
+  bool StartupPromptDone = false;
+  // AverVel of every track, after the velocity step changes.
+  void RecomputeAllVelocities();
+  // The stopping-spot pass of the FILTER menu, run again when the velocity step changes.
+  // Does nothing yet: the spot filters will fill it in.
+  void RunStoppingFilter();
+
+  // --- picture output (MainFormPictures.cpp)
+  void SaveAsBMPClick();
+  void PrintGraphsClick();
+  void PrintZoomClick();
+  // Prints any bitmap at PrintZoom printer pixels per pixel; the viewer prints through it too.
+  void PrintBitmap(const Bitmap& picture);
+
+  // --- fits (MainFormFit.cpp)
+  // "M-GaussFit": fits the step-distribution panel with Gaussians on multiples of one step.
+  void MGaussFitClick();
+
   // Runs a menu command by its component name; false when there is no such command.
   bool RunCommand(std::string_view name);
   bool HasCommand(std::string_view name) const;
@@ -128,6 +178,8 @@ class TMainForm {
  private:
   void RegisterCommands();
   void RegisterSettingsCommands();  // MainFormSettings.cpp
+  void RegisterPictureCommands();   // MainFormPictures.cpp
+  void RegisterFitCommands();       // MainFormFit.cpp
   void AddCommand(std::string name, std::function<void()> handler);
   void SetCaption(const std::string& caption);
 

@@ -19,7 +19,10 @@ uint32_t TMainForm::RandomBelow(uint32_t n) {
 }
 
 void TMainForm::OpenNewFileClick() {
-  const std::vector<std::string> files = platform_.OpenFileDialog(kQviOpenDialog);
+  OpenQVIFiles(platform_.OpenFileDialog(kQviOpenDialog));
+}
+
+void TMainForm::OpenQVIFiles(const std::vector<std::string>& files) {
   if (files.empty()) return;
   NFiles = 0;
   for (size_t i = 0; i < files.size(); ++i) LoadQVIFile(files[i], i == 0);

@@ -36,6 +36,8 @@ AnalysisContext TMainForm::MakeAnalysisContext() {
   flags.ShowFreq = Menu.Checked("ShowFreq");
   flags.AutoScaling = Menu.Checked("AutoScaling");
   flags.Time0 = Menu.Checked("Time0");
+  flags.TimeMinutes = Menu.Checked("TimeMinutes");
+  flags.UseTimeWindow = Menu.Checked("UseTimeWindow");
   flags.Rules = CurrentPairRules();
   return AnalysisContext{Spots,
                          S,

@@ -1,4 +1,212 @@
 // Settings commands: one prompt, a range check, a new caption, a recomputation.
-#include "app/MainForm.h"
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <string>
 
-void TMainForm::RegisterSettingsCommands() {}
+#include "app/MainForm.h"
+#include "store/Numbers.h"
+
+namespace {
+
+constexpr double kUnbounded = std::numeric_limits<double>::infinity();
+
+// How the typed text becomes a value.
+enum class Reading {
+  Real,          // decimal, not a number counts as 0, then trunc((x + add) * scale) * step
+  Milliseconds,  // integer, 1 when the text is not an integer
+  IntegerOrZero, // integer, 0 when the text is not an integer
+  Integer,       // integer; text that is not one is refused like a value out of range
+};
+
+struct SettingPrompt {
+  const char* item;
+  const char* caption;  // the prompt window's title
+  const char* label;
+  Reading reading;
+  long double add, scale, step;  // the truncation of Reading::Real
+  double low, high;         // accepted range, both ends included
+  const char* message;      // shown when outside; nullptr: refused quietly
+  const char* prefix;       // new caption = prefix + value + suffix
+  const char* suffix;
+  double Settings::*real;     // the setting, when it is a real
+  int32_t Settings::*integer; // the setting, when it is an integer
+};
+
+// The captions keep their unit spellings as the program has always shown them:
+// "µm" in some, "um" in others.
+const SettingPrompt kSettingPrompts[] = {
+    {"DeltaTime", "Set interval between measurements (ms)", "dT(ms)=", Reading::Milliseconds,
+     0, 0, 0, 1, 1000000, "interval out of order", "Time Interval=", "ms", &Settings::dT,
+     nullptr},
+    {"IntStep", "Set Bin size for Intensity distribution", "Bin Size=", Reading::Real, 0, 1000,
+     0.001L, 0.1, 100, "Intensity bin size Out of Order", "IntStep=", "", &Settings::IntStep,
+     nullptr},
+    {"SetDlatBin", "Set Bin size for Dlat distribution", "Bin Size=", Reading::Real, 1e-6L, 10000,
+     0.0001L, 0.0001, 10000, "Dlat bin size Out of Order", "DlatBin=", "µm2/s",
+     &Settings::DlatBin, nullptr},
+    {"VelocityBinSet", "Set Bin Size for Velocity distributions", "Bin Size=", Reading::Real,
+     1e-6L, 10000, 0.0001L, 0.0001, 10000, "Velocity bin size Out of Order", "VelocityBin=",
+     "um/s", &Settings::VelocityBin, nullptr},
+    {"DistBinSet", "Set Bin Size for Distance distr.", "Bin Size=", Reading::Real, 1e-7L, 10000,
+     0.0001L, 0.01, 100000, "Distance Bin Size is Out of Order", "DistanceBin=", "nm",
+     &Settings::DistanceBin, nullptr},
+    {"SetDistanceLimit", "Set Max distance for double tracking", "Max Permited distance (µm)=",
+     Reading::Real, 1e-7L, 10000, 0.0001L, 0.001, 10000, "Max distance value is Out of Order",
+     "Critical Distance=", "µm", &Settings::CriticalDistance, nullptr},
+    {"SetDlatThresh", "Set Dlat Thresh", "Dlat Thresh=", Reading::Real, 1e-8L, 10000, 0.0001L, 0,
+     1000, "Threshold is Out of Order", "Dlat Thresh=", "µm2/s", &Settings::DlatThresh, nullptr},
+    {"SetVelThresh", "Set Velocity Thresh", "Vel Thresh=", Reading::Real, 1e-8L, 10000, 0.0001L, 0,
+     10000, "Vel. Threshold is Out of Order", "Vel Thresh=", "µm/s", &Settings::VelThresh,
+     nullptr},
+    {"SetStestThresh", "Set S-test Threshold", "Threshold=", Reading::Real, 1e-6L, 1000, 0.001L,
+     -kUnbounded, kUnbounded, nullptr, "S-test Thresh=", "", &Settings::StestThresh, nullptr},
+    {"VelocityLimit", "Set Velocity threshold for immobile spots", "Threshold=", Reading::Real,
+     1e-6L, 1000, 0.001L, -kUnbounded, kUnbounded, nullptr, "Low Vel Thresh=", "µm/s",
+     &Settings::LowVelThresh, nullptr},
+    {"HighVelocityThresh", "Set Velocity threshold for fast movement", "Threshold=",
+     Reading::Real, 1e-6L, 1000, 0.001L, -kUnbounded, kUnbounded, nullptr, "High Vel Thresh=",
+     "um/s", &Settings::HighVelThresh, nullptr},
+    {"SetVelocityStep", "Set time Interval between velocity measurements",
+     "interval (in frames)", Reading::IntegerOrZero, 0, 0, 0, 1, 100,
+     "Velocity Step is out of order", "Velocity Step=", "", nullptr, &Settings::VelocityStep},
+    {"MinNumDataPointsSet", "Set minimal number of Data points", "N=", Reading::Integer, 0, 0, 0,
+     1, 1000, "Number of Data Points is out of order", "Min N of Data Points=", "", nullptr,
+     &Settings::MinNumDataPoints},
+    {"SetMSDfittingLimit", "Set limit for MSD fitting (intervals)", "Limit=", Reading::Integer, 0,
+     0, 0, 5, 100000, "Limit is out of order", "Fit MSD up to ", " Intervals", nullptr,
+     &Settings::MSDfitLimit},
+    {"StartFrame", "Set StartFrame", "N=", Reading::Integer, 0, 0, 0, 0, kUnbounded,
+     "StatrtFrame should be >=0", "StartFrame=", "", nullptr, &Settings::StartFrame},
+};
+
+const SettingPrompt* FindSettingPrompt(std::string_view item) {
+  for (const SettingPrompt& prompt : kSettingPrompts)
+    if (item == prompt.item) return &prompt;
+  return nullptr;
+}
+
+std::string DefaultText(const SettingPrompt& prompt, const Settings& s) {
+  // dT is shown in whole ms; the small addition keeps 0.03 s from showing as 29.
+  if (prompt.reading == Reading::Milliseconds)
+    return std::to_string(TruncToInt(static_cast<double>(std::trunc(s.dT * 1000.001L))));
+  if (prompt.integer) return std::to_string(s.*prompt.integer);
+  return FormatReal(s.*prompt.real);
+}
+
+// The typed text as the value to check; NaN when the text is refused outright.
+double ConvertText(const SettingPrompt& prompt, const std::string& text) {
+  bool ok = false;
+  const int32_t n = ParseInteger(text, &ok);
+  switch (prompt.reading) {
+    case Reading::Milliseconds: return ok ? n : 1;
+    case Reading::IntegerOrZero: return n;
+    case Reading::Integer: return ok ? n : std::numeric_limits<double>::quiet_NaN();
+    case Reading::Real: break;
+  }
+  double x = ParseDecimal(text);
+  if (std::isnan(x)) x = 0;  // "nan" typed is not a number either
+  // Extended precision, as the truncation has always been done: 0.15 x 1000 is then
+  // 149.99999999999999445 and the Intensity Bin becomes 0.149. An infinity passes
+  // through and fails the range check; adding 0 turns a truncated -0 into 0, so no
+  // caption shows "-0".
+  const long double v = std::trunc((x + prompt.add) * prompt.scale) * prompt.step;
+  return static_cast<double>(v) + 0.0;
+}
+
+}  // namespace
+
+void TMainForm::RunSettingPrompt(std::string_view item) {
+  const SettingPrompt* prompt = FindSettingPrompt(item);
+  if (!prompt) return;
+  const std::optional<std::string> text =
+      platform_.InputQuery(prompt->caption, prompt->label, DefaultText(*prompt, S));
+  if (!text) return;
+  const double value = ConvertText(*prompt, *text);
+  // Written so that NaN fails; a setting is never left infinite.
+  if (!(std::isfinite(value) && value >= prompt->low && value <= prompt->high)) {
+    if (prompt->message) platform_.ShowMessage(prompt->message);
+    return;
+  }
+  const std::string shown = FormatReal(value);
+  if (prompt->reading == Reading::Milliseconds) {
+    S.dT = static_cast<double>(value * 0.001L);  // 9 ms is then the double nearest 0.009
+    Menu.SetCaption("Settings", "Settings(dT=" + shown + "ms)");
+  } else if (prompt->integer) {
+    S.*prompt->integer = static_cast<int32_t>(value);
+  } else {
+    S.*prompt->real = value;
+  }
+  Menu.SetCaption(prompt->item, prompt->prefix + shown + prompt->suffix);
+  if (prompt->integer == &Settings::VelocityStep) {
+    RecomputeAllVelocities();
+    RunStoppingFilter();
+  }
+  UpdateAnalysis();
+}
+
+void TMainForm::DeltaTimeClick() { RunSettingPrompt("DeltaTime"); }
+void TMainForm::IntStepClick() { RunSettingPrompt("IntStep"); }
+void TMainForm::SetDlatBinClick() { RunSettingPrompt("SetDlatBin"); }
+void TMainForm::VelocityBinSetClick() { RunSettingPrompt("VelocityBinSet"); }
+void TMainForm::DistBinSetClick() { RunSettingPrompt("DistBinSet"); }
+void TMainForm::SetDistanceLimitClick() { RunSettingPrompt("SetDistanceLimit"); }
+void TMainForm::SetDlatThreshClick() { RunSettingPrompt("SetDlatThresh"); }
+void TMainForm::SetVelThreshClick() { RunSettingPrompt("SetVelThresh"); }
+void TMainForm::SetStestThreshClick() { RunSettingPrompt("SetStestThresh"); }
+void TMainForm::VelocityLimitClick() { RunSettingPrompt("VelocityLimit"); }
+void TMainForm::HighVelocityThreshClick() { RunSettingPrompt("HighVelocityThresh"); }
+void TMainForm::SetVelocityStepClick() { RunSettingPrompt("SetVelocityStep"); }
+void TMainForm::MinNumDataPointsSetClick() { RunSettingPrompt("MinNumDataPointsSet"); }
+void TMainForm::SetMSDfittingLimitClick() { RunSettingPrompt("SetMSDfittingLimit"); }
+void TMainForm::StartFrameClick() { RunSettingPrompt("StartFrame"); }
+
+void TMainForm::TimeMinutesClick() {
+  Menu.Toggle("TimeMinutes");
+  if (Menu.Checked("TimeMinutes")) {
+    S.TimeScale = 0.01666666666;  // this decimal, not 1/60: stored results depend on it
+    TimeUnit = "min";
+    DlatUnit = "µm2/min";
+  } else {
+    S.TimeScale = 1.0;
+    TimeUnit = "s";
+    DlatUnit = "µm2/s";
+  }
+  RecomputeAllMobility();
+  UpdateAnalysis();
+}
+
+void TMainForm::StartupTimerFired() {
+  if (StartupPromptDone) return;
+  StartupPromptDone = true;
+  DeltaTimeClick();
+}
+
+void TMainForm::RecomputeAllVelocities() {
+  const PairRules rules = CurrentPairRules();
+  for (int32_t i = 0; i < Spots.NSpots; ++i)
+    Spots[i].AverVel = static_cast<float>(CalcTrackVelocity(Spots[i], S, rules));
+}
+
+// Not written yet: the stopping-spot pass belongs to the spot filters, which will fill
+// this in. Until then a new velocity step leaves StopCount as it was.
+void TMainForm::RunStoppingFilter() {}
+
+void TMainForm::RegisterSettingsCommands() {
+  AddCommand("DeltaTime", [this] { DeltaTimeClick(); });
+  AddCommand("IntStep", [this] { IntStepClick(); });
+  AddCommand("SetDlatBin", [this] { SetDlatBinClick(); });
+  AddCommand("DistBinSet", [this] { DistBinSetClick(); });
+  AddCommand("VelocityBinSet", [this] { VelocityBinSetClick(); });
+  AddCommand("SetVelocityStep", [this] { SetVelocityStepClick(); });
+  AddCommand("TimeMinutes", [this] { TimeMinutesClick(); });
+  AddCommand("SetStestThresh", [this] { SetStestThreshClick(); });
+  AddCommand("SetMSDfittingLimit", [this] { SetMSDfittingLimitClick(); });
+  AddCommand("VelocityLimit", [this] { VelocityLimitClick(); });
+  AddCommand("HighVelocityThresh", [this] { HighVelocityThreshClick(); });
+  AddCommand("MinNumDataPointsSet", [this] { MinNumDataPointsSetClick(); });
+  AddCommand("SetDistanceLimit", [this] { SetDistanceLimitClick(); });
+  AddCommand("StartFrame", [this] { StartFrameClick(); });
+  AddCommand("SetDlatThresh", [this] { SetDlatThreshClick(); });
+  AddCommand("SetVelThresh", [this] { SetVelThreshClick(); });
+}

@@ -2,43 +2,43 @@
 
 #include <iterator>
 
+#include "stats/CorrelationPanels.h"
+#include "stats/DistancePanels.h"
+#include "stats/DlatLengthPanel.h"
 #include "stats/DlatPanels.h"
+#include "stats/IntensityPanels.h"
+#include "stats/MobilitySlopePanel.h"
+#include "stats/NeighbourPanel.h"
+#include "stats/StepDistributionPanel.h"
+#include "stats/TimeCoursePanels.h"
+#include "stats/VelocityPanels.h"
 
 namespace {
-
-// Items whose analysis has not landed yet clear their panel.
-void EmptyPanel(AnalysisContext&, TQVgraph& graph);
 
 const PanelChoice kPanels[] = {
-    {"L_ShowIntens", "Left-IntensityDistr", EmptyPanel},
+    {"L_ShowIntens", "Left-IntensityDistr", CalcIntensDist},
     {"L_ShowDlat", "Left-D_lat", CalcDlatDist},
     {"L_ShowMSD", "Left-MSD-dT", ShowMSDvsDT},
-    {"L_ShowDlatLenDistr", "Left-Len-Dlat", EmptyPanel},
-    {"L_ShowIntMobDistr", "Left-Int-Mob", EmptyPanel},
-    {"L_ShowIntVelDistr", "Left-Int-Vel", EmptyPanel},
-    {"L_ShowAngleDistr", "Left-Angle Distr.", EmptyPanel},
-    {"L_ShowAbsTrackLenDistr", "Left-Abs. Track Len", EmptyPanel},
-    {"L_ShowInstantVel", "Left-InstVel", EmptyPanel},
-    {"L_ShowInstIntens", "Left-InstIntensDist", EmptyPanel},
-    {"L_MobilitySlopeDist", "Left-MobSlopeDist", EmptyPanel},
-    {"R_ShowIntens", "Right-Intensity-Distr", EmptyPanel},
+    {"L_ShowDlatLenDistr", "Left-Len-Dlat", CalcDlatLenDist},
+    {"L_ShowIntMobDistr", "Left-Int-Mob", CalcIntMobDistr},
+    {"L_ShowIntVelDistr", "Left-Int-Vel", CalcIntVelDistr},
+    {"L_ShowAngleDistr", "Left-Angle Distr.", CalcAngleDist},
+    {"L_ShowAbsTrackLenDistr", "Left-Abs. Track Len", CalcMaxDistDist},
+    {"L_ShowInstantVel", "Left-InstVel", CalcInstantVelDist},
+    {"L_ShowInstIntens", "Left-InstIntensDist", CalcInstIntensDist},
+    {"L_MobilitySlopeDist", "Left-MobSlopeDist", CalcMobilitySlopeDist},
+    {"R_ShowIntens", "Right-Intensity-Distr", CalcIntensDist},
     {"R_ShowDlat", "Right-D_lat", CalcDlatDist},
     {"R_ShowMSD", "Right-MSD-dT", ShowMSDvsDT},
-    {"R_ShowRMSD", "Right-Distance-Tm", EmptyPanel},
-    {"R_ShowVelDist", "Right-Velocity_Distr", EmptyPanel},
-    {"R_ShowInstantVel", "Right-InstVel", EmptyPanel},
-    {"R_ShowTimeCourse", "Right-Intens-Time", EmptyPanel},
-    {"R_ShowVelocityTime", "Right-Velocity-Time", EmptyPanel},
-    {"R_DistanceToNeighbDistrib", "Right-Dist To Neighb.", EmptyPanel},
-    {"R_ShowStepDistr", "Right-Step_Distr", EmptyPanel},
+    {"R_ShowRMSD", "Right-Distance-Tm", CalcDistanceTimeCourse},
+    {"R_ShowVelDist", "Right-Velocity_Distr", CalcVelDist},
+    {"R_ShowInstantVel", "Right-InstVel", CalcInstantVelDist},
+    {"R_ShowTimeCourse", "Right-Intens-Time", CalcIntensityTimeCourse},
+    {"R_ShowVelocityTime", "Right-Velocity-Time", CalcVelocityTimeCourse},
+    {"R_DistanceToNeighbDistrib", "Right-Dist To Neighb.", CalcNeighbDistDist},
+    {"R_ShowStepDistr", "Right-Step_Distr", CalcStepDistr},
 };
 
-}  // namespace
-
-#include "plot/TQVgraph.h"
-
-namespace {
-void EmptyPanel(AnalysisContext&, TQVgraph& graph) { graph.DataFirst = graph.DataEnd = 0; }
 }  // namespace
 
 const PanelChoice* FindPanelChoice(std::string_view item) {

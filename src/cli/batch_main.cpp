@@ -7,6 +7,7 @@
 #include "app/MainForm.h"
 #include "cli/BatchOptions.h"
 #include "cli/BatchPlatform.h"
+#include "cli/PanelText.h"
 #include "cli/TrackTable.h"
 
 #ifdef KINETRA_WITH_QT
@@ -15,10 +16,14 @@
 
 namespace {
 
-bool WriteTable(const std::string& path, const TrackStore& store) {
+template <typename Write>
+bool WriteFile(const std::string& path, Write write) {
   std::ofstream out(path, std::ios::binary);
-  if (!out) return false;
-  WriteTrackTable(out, store);
+  if (!out) {
+    std::cerr << "kinetra-batch: cannot write " << path << "\n";
+    return false;
+  }
+  write(out);
   return static_cast<bool>(out);
 }
 
@@ -68,9 +73,18 @@ int main(int argc, char** argv) {
     platform.SetAnswer(std::nullopt);
   }
 
-  if (!options->tablePath.empty() && !WriteTable(options->tablePath, form.Spots)) {
-    std::cerr << "kinetra-batch: cannot write " << options->tablePath << "\n";
-    return 1;
+  bool written = true;
+  if (!options->tablePath.empty())
+    written &= WriteFile(options->tablePath, [&](std::ostream& out) { WriteTrackTable(out, form.Spots); });
+  if (!options->rowsPath.empty())
+    written &= WriteFile(options->rowsPath, [&](std::ostream& out) {
+      WritePanelRows(out, "left", form.LeftGraph);
+      out << '\n';
+      WritePanelRows(out, "right", form.RightGraph);
+    });
+  if (options->notes) {
+    WritePanelNotes(std::cout, "left", form.LeftGraph);
+    WritePanelNotes(std::cout, "right", form.RightGraph);
   }
-  return 0;
+  return written ? 0 : 1;
 }

@@ -2,6 +2,7 @@
 // One x-y chart with up to 14 series over a caller-owned float matrix, drawn into
 // its own off-screen bitmap. All fields are public: owners set them directly.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -9,7 +10,6 @@
 
 class Bitmap;
 class Canvas;
-
 
 enum SeriesStyle : int {
   Line = 0,
@@ -29,12 +29,14 @@ struct SeriesRec {
   bool RightAxis = false;
   TColor Color = Colors::Black;
   int PenWidth = 2;
-  int BaseSeries = 2;
-  int SymbolSize = 4;
+  int BaseSeries = 2;  // Variation: the row holding the centre values
+  int SymbolSize = 4;  // full size; half of it is the half-size of symbols and bars
   int Style = Line;
 };
 
 inline constexpr int kMaxSeries = 14;
+// Values at or below this mark a missing point.
+inline constexpr float kMissingValue = -1e6f;
 
 class TQVgraph {
  public:
@@ -43,6 +45,7 @@ class TQVgraph {
   TQVgraph(const TQVgraph&) = delete;
   TQVgraph& operator=(const TQVgraph&) = delete;
 
+  // Record 0 belongs to the X row and is never drawn.
   SeriesRec Series[kMaxSeries + 1];
 
   std::string XTitle = "axis X (units)";
@@ -51,7 +54,9 @@ class TQVgraph {
   std::string Caption = "NO DATA";
   std::string Notes[3];
 
-  std::unique_ptr<Bitmap> Bitmap_;  // the drawing surface, owned; may be null until a backend gives one
+  // The drawing surface, 3000 x 2000 at construction when a bitmap factory is installed
+  // (made at the first draw otherwise); the owner resizes it to its panel.
+  std::unique_ptr<::Bitmap> Bitmap;
   Canvas* TargetCanvas = nullptr;
   TColor PanelColor = Colors::Cream;
   TColor XColor = Colors::Black, Y0Color = Colors::Black, Y1Color = Colors::Black;
@@ -69,6 +74,8 @@ class TQVgraph {
   int Stride = 10;
   int SeriesCount = 1;
   int DataFirst = 0, DataEnd = 10;
+  // Rows the matrix holds; 0 means rows 0 to SeriesCount. Nothing beyond is ever read.
+  int DataRows = 0;
 
   double FirstXval = 0, LastXval = 10;
   double FirstY0val = 0, LastY0val = 10;
@@ -88,6 +95,46 @@ class TQVgraph {
   int CursorSeries = 0;
   float CursorValues[kMaxSeries + 1] = {};
 
-  // Row r of the data matrix.
+  // The graph knows no platform: its owner turns this into the system beep.
+  std::function<void()> OnBeep;
+
+  // Draws when TargetCanvas is set, then copies the bitmap onto it at (DrawX, DrawY).
+  void Paint();
+  // CheckRanges (a repair beeps and skips the draw), layout, frame, series.
+  void DrawGraph();
+  // Repairs inverted ranges and zero tick distances; false when anything was reset.
+  bool CheckRanges();
+  void CalcLayout();
+  void DrawFrame(bool clear);
+  void DrawAllSeries();
+  void DrawSeries(int k, int from, int to, double scale, int xOff, int yBase);
+  void DrawMarks(int k, int from, int to, double scale, int xOff, int yBase);
+  // Cursor read-out at a mouse position, from the last layout.
+  bool PickValues(int mouseX, int mouseY);
+
+  // Makes the bitmap through the factory if there is none yet; false without one.
+  bool EnsureBitmap();
+  // Resizes the bitmap (making it first if needed); false when that is not possible.
+  bool SetBitmapSize(int width, int height);
+
+  // Pixel origin of the X axis and the rows of value 0 on both axes, from the layout.
+  int XOffset() const;
+  int LeftYBase() const;
+  int RightYBase() const;
+
+  // Row r of the data matrix, for owners that fill it.
   float* Row(int r) const { return Data + static_cast<size_t>(r) * Stride; }
+
+ private:
+  int RowCount() const;
+  int ShownSeriesCount() const;
+  // Element i of row r; 0 when it lies outside the matrix.
+  float Value(int r, int i) const;
+  // The X row read by flat index, as the clipping probe does one past a row.
+  float XProbe(int i) const;
+  void Beep();
+  void DrawTickLabelsY(double tickFirst, double first, double scale, double dist, bool right);
+  void DrawTickLinesY(double tickFirst, double first, double scale, double dist, int type,
+                      TColor color);
+  void DrawRotatedTitle(const std::string& title, int firstColumn, bool right);
 };

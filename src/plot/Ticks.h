@@ -4,3 +4,7 @@
 
 // The 1-2-5 tick distance for `ticks` ticks over `range`; 1 when ticks is 0.
 double NiceTickDistance(double range, double ticks);
+
+// The label of one tick. Its decimals follow the magnitude of the value itself:
+// four below 0.1, three below 1, two below 10, one below 100, none from 100 on.
+std::string FormatTickLabel(double value);

@@ -12,6 +12,14 @@
 
 class TQVgraph;
 
+// "Save Dlat - InstVel Data": the export command opens its file, sets WriteLine and
+// arms this; the next instant-velocity run hands it one finished line per value
+// ("Dlat\tvelocity\n") and disarms it at its end.
+struct DlatInstVelExport {
+  bool Armed = false;
+  std::function<void(const std::string& line)> WriteLine;
+};
+
 // Length of every panel row (X values and series).
 inline constexpr int kRowLength = 10000;
 // Scratch rows an analysis may fill before copying the first of them to its panel.
@@ -23,6 +31,13 @@ struct AnalysisResults {
   double DlatSD = 0;
   int32_t NMSDPoints = 0;
   float FitSlope = 0;
+  double AverIntens = 0;  // mean of the last intensity distribution
+  double IntensSD = 0;
+  double GaussMax = 0;    // centre of the last intensity Gaussian fit
+  double AverVelDist = 0;  // mean of the average-velocity distribution
+  double AverInstVel = 0;  // mean instant velocity
+  double AverAngle = 0;    // mean change of direction
+  DlatInstVelExport InstVelExport;
 };
 
 // Menu check marks the analyses read.
@@ -30,6 +45,8 @@ struct AnalysisFlags {
   bool ShowFreq = false;
   bool AutoScaling = true;
   bool Time0 = false;  // "All Trajectories at 0 time"
+  bool TimeMinutes = false;  // "Time in Minutes"
+  bool UseTimeWindow = false;  // "Use Time Window"
   PairRules Rules;
 };
 

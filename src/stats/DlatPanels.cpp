@@ -1,6 +1,200 @@
 #include "stats/DlatPanels.h"
 
-#include "plot/TQVgraph.h"
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
 
-void CalcDlatDist(AnalysisContext&, TQVgraph& graph) { graph.DataEnd = graph.DataFirst = 0; }
-void ShowMSDvsDT(AnalysisContext&, TQVgraph& graph) { graph.DataEnd = graph.DataFirst = 0; }
+#include "plot/TQVgraph.h"
+#include "stats/Fits.h"
+#include "stats/Histogram.h"
+#include "store/Numbers.h"
+
+namespace {
+
+// The per-track MSD scratch: one lag per slot, with a little room past the last lag.
+constexpr int32_t kMsdScratchLength = 10005;
+// The MSD curve stops below this lag.
+constexpr int32_t kMsdLagLimit = 4999;
+
+// Frames of a track the MSD may read: never more than its arrays hold.
+int32_t UsablePoints(const SpotRec& track) {
+  return std::min({track.NPoints, kMaxPoints, track.X.size(), track.Y.size()});
+}
+
+int32_t StoredTracks(const TrackStore& spots) { return std::clamp(spots.NSpots, 0, kStoreCapacity); }
+
+}  // namespace
+
+void CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> values(new (std::nothrow) float[kStoreCapacity]);
+  if (!values) {
+    context.Message("Memory Allocation ERROR in CalcDlatDist");
+    return;
+  }
+  const TrackStore& spots = context.Spots;
+  int32_t n = 0;
+  for (int32_t i = 0; i < StoredTracks(spots); ++i)
+    if (spots[i].Selected) values[n++] = spots[i].Dlat;
+
+  const double dlatBin = context.S.DlatBin;
+  const bool showFreq = context.Flags.ShowFreq;
+  float* x = context.WorkRow(0);
+  float* bins = context.WorkRow(1);
+  AnalysisResults& results = context.Results;
+  results.AverDlat = BuildHistogram(values.get(), bins, static_cast<float>(dlatBin), 0,
+                                    kHistogramBins, n, showFreq);
+  double squares = 0;
+  for (int32_t i = 0; i < n; ++i) {
+    const double d = results.AverDlat - values[i];
+    squares += d * d;
+  }
+  results.DlatSD = std::sqrt(squares / n);
+
+  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * dlatBin);
+  std::fill_n(context.WorkRow(2), kRowLength, 0.0f);
+  const float maxBin = MaxBin(bins, LastFilledBin(bins));
+  SeriesRec& histogram = graph.Series[1];
+  const bool bars = histogram.Style == Bar;
+  const int32_t points = HistogramPoints(bins, x, bins, dlatBin, 0, bars);
+  if (!bars) histogram.Style = Line;
+
+  CopyRowsToPanel(context, graph, 2);
+  graph.DataEnd = points;
+  graph.DataFirst = 0;
+  graph.SeriesCount = 3;
+  // Only rows 0 and 1 are fresh; rows 2 and 3 of the panel hold whatever came before.
+  histogram.Show = true;
+  histogram.RightAxis = false;
+  graph.Series[2].Show = false;
+  graph.Series[3].Show = false;
+
+  if (context.Flags.AutoScaling) {
+    // With no point drawn the X range closes one bin after the origin.
+    const float lastX = x[points > 0 ? points - 1 : 0];
+    SetAxes(graph, 0, static_cast<float>(lastX + dlatBin), 0, static_cast<float>(maxBin * 1.2), 0,
+            1, 5);
+  }
+  graph.Y0Title = showFreq ? "Frequency (%)" : "Number of objects";
+  graph.XTitle = "Dlat (" + context.DlatUnit + ")";
+  graph.Notes[0] = "Aver. Dlat=" + FormatReal(TruncateTo(results.AverDlat, 1000, 0.001)) +
+                   context.DlatUnit + ", SD=" + FormatReal(TruncateTo(results.DlatSD, 10000, 0.0001));
+}
+
+void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> msd(new (std::nothrow) float[kMsdScratchLength]());
+  if (!msd) {
+    context.Message("Can not allocate memory for MSD data");
+    context.CloseMainWindow();
+    return;
+  }
+  // The panel rows double as the population sums: the mean MSD is summed in row 2 and
+  // the track counts in row 4, which are what those rows finally show.
+  float* T = context.WorkRow(0);
+  float* standardError = context.WorkRow(1);
+  float* MeanMSD = context.WorkRow(2);
+  float* fitted = context.WorkRow(3);
+  float* NTracks = context.WorkRow(4);
+  float* VarMSD = context.WorkRow(5);
+  float* Dk = context.WorkRow(6);
+  for (int r = 0; r <= 6; ++r) std::fill_n(context.WorkRow(r), kRowLength, 0.0f);
+
+  const Settings& S = context.S;
+  AnalysisResults& results = context.Results;
+  const TrackStore& spots = context.Spots;
+  const bool independent = context.Flags.Rules.IndependentPairs;
+  const float lag = static_cast<float>(S.dT * S.TimeScale);
+  results.AverDlat = 0;
+  results.NMSDPoints = 0;
+
+  // First pass: sums and counts per lag. A track of n points adds lags 0 .. n/2 - 2.
+  for (int32_t i = 0; i < StoredTracks(spots); ++i) {
+    const SpotRec& track = spots[i];
+    if (!track.Selected) continue;
+    const int32_t n = UsablePoints(track);
+    results.AverDlat += CalcTrackMSD(track.X.data(), track.Y.data(), n, lag, Dk, msd.get(),
+                                     independent);
+    for (int32_t k = 0; k <= n / 2 - 2; ++k) {
+      MeanMSD[k] += msd[k];
+      NTracks[k] += 1;
+    }
+  }
+  if (spots.NSelected != 0) results.AverDlat = results.AverDlat / spots.NSelected;
+
+  int32_t NMSDPoints = 0;
+  for (int32_t k = kMsdLagLimit - 1; k > 0; --k)
+    if (NTracks[k] >= 1) {
+      NMSDPoints = k;
+      break;
+    }
+  results.NMSDPoints = NMSDPoints;
+  for (int32_t k = 0; k < NMSDPoints; ++k) MeanMSD[k] = MeanMSD[k] / NTracks[k];
+
+  // Second pass: the spread around the mean, recomputing each curve rather than keeping all.
+  for (int32_t i = 0; i < StoredTracks(spots); ++i) {
+    const SpotRec& track = spots[i];
+    if (!track.Selected) continue;
+    const int32_t n = UsablePoints(track);
+    CalcTrackMSD(track.X.data(), track.Y.data(), n, lag, Dk, msd.get(), independent);
+    for (int32_t k = 0; k <= n / 2 - 2; ++k) {
+      const float d = msd[k] - MeanMSD[k];
+      VarMSD[k] += d * d;
+    }
+  }
+
+  for (int32_t k = 1; k < NMSDPoints; ++k) {
+    T[k] = static_cast<float>(k * S.dT * S.TimeScale);
+    fitted[k] = 0;
+  }
+  // Lags 1 .. n, each weighted by the tracks that reach it. A limit below 3 leaves
+  // nothing to fit, and the fit then reports NaN; the count is kept from overflowing.
+  const int32_t fitEnd = std::min(S.MSDfitLimit, NMSDPoints);
+  const int32_t nFit = fitEnd > 0 ? fitEnd - 2 : -2;
+  const float noise =
+      WeightedLinearFit(T + 1, MeanMSD + 1, NTracks + 1, fitted + 1, nFit, results.FitSlope);
+
+  float maxMSD = 0;
+  for (int32_t k = 1; k < NMSDPoints; ++k) {
+    const float SD = std::sqrt(VarMSD[k] / NTracks[k]);
+    standardError[k] = static_cast<float>(SD / std::sqrt(static_cast<double>(NTracks[k])));
+    if (MeanMSD[k] > maxMSD) maxMSD = MeanMSD[k];
+  }
+
+  // The right axis is scaled to the tracks reaching lag 3. It is taken from the counts
+  // directly, so that a curve ending before lag 3 reads a defined value.
+  const float tracksAtLag1 = NTracks[1];
+  float atLag3 = NTracks[3];
+  if (context.Flags.ShowFreq) {
+    for (int32_t k = 1; k < NMSDPoints; ++k) NTracks[k] = NTracks[k] * 100 / tracksAtLag1;
+    atLag3 = tracksAtLag1 > 0 ? atLag3 * 100 / tracksAtLag1 : 0.0f;
+    graph.Y1Title = "Number of objects (%)";
+  } else {
+    graph.Y1Title = "Number of objects";
+  }
+
+  CopyRowsToPanel(context, graph, 5);
+  graph.Notes[0] = "AverDlat=" + FormatReal(TruncateTo(results.AverDlat, 1000.001, 0.001)) +
+                   context.DlatUnit +
+                   ", Fit=" + FormatReal(TruncateTo(results.FitSlope, 250.001, 0.001)) +
+                   context.DlatUnit + " noise=" + FormatReal(TruncateTo(noise, 1000.001, 0.001)) +
+                   " µm2";
+
+  SeriesRec* series = graph.Series;
+  series[1].Style = Variation;
+  series[1].BaseSeries = 2;  // the error bars sit on the mean MSD
+  series[2].Style = LineCircle;
+  series[3].Style = Line;
+  for (int k = 1; k <= 4; ++k) {
+    series[k].Show = true;
+    series[k].RightAxis = k == 4;
+  }
+  graph.DataFirst = 1;
+  graph.DataEnd = NMSDPoints;
+  graph.SeriesCount = 5;
+  graph.Y0Title = "MSD (µm2)";
+  graph.XTitle = "dT (" + context.TimeUnit + ")";
+
+  if (context.Flags.AutoScaling)
+    SetAxes(graph, 0, static_cast<float>(NMSDPoints * S.dT * S.TimeScale), 0,
+            static_cast<float>(maxMSD * 1.2), 0, static_cast<float>(atLag3 * (1 + 1.0 / 3)), 5);
+}

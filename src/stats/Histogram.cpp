@@ -59,12 +59,15 @@ int32_t HistogramPoints(const float* bins, float* xRow, float* yRow, double binW
   }
   if (last > kMaxStaircaseBins) last = kMaxStaircaseBins;
   xRow[0] = static_cast<float>(origin);
-  for (int32_t i = 0; i < last; ++i) {
+  // From the top down, so that the steps may overwrite the bins they come from:
+  // bin i is read before points 2i and 2i + 1 (never below i) are written.
+  for (int32_t i = last - 1; i >= 0; --i) {
+    const float count = bins[i];
     const float x = static_cast<float>((i + 1) * binWidth + origin);
     xRow[2 * i + 1] = x;
     // The closing X of the last bin would fall one past a full row.
     if (2 * i + 2 < kHistogramBins) xRow[2 * i + 2] = x;
-    yRow[2 * i] = yRow[2 * i + 1] = bins[i];
+    yRow[2 * i] = yRow[2 * i + 1] = count;
   }
   return 2 * last;
 }

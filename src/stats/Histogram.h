@@ -26,7 +26,7 @@ int32_t LastFilledBin(const float* bins);
 float MaxBin(const float* bins, int32_t last);
 
 // Turns bins into the points a panel draws: a staircase (two points per bin) unless
-// `bars`, in which case the raw bins. Writes X into `xRow` and Y into `yRow`
-// (neither may alias `bins`), returns the number of points.
+// `bars`, in which case the raw bins. Writes X into `xRow` (which must not alias
+// `bins`) and Y into `yRow` (which may be `bins` itself), returns the number of points.
 int32_t HistogramPoints(const float* bins, float* xRow, float* yRow, double binWidth, double origin,
                         bool bars);

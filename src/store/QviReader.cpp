@@ -130,10 +130,11 @@ QviStop QviReader::ReadTracks(TrackStore& store, const std::function<void(SpotRe
     t.FastFlag = 0;
     trackRead(t);
 
-    // The first half of the file's tracks (rounded up) are not in the second half.
+    // The first half of the file's tracks (rounded up) are not in the second half. Clearing
+    // the whole range NSpots - k/2 .. NSpots - k + 1 after every track would be quadratic in
+    // the tracks of a file; all of it but its top record is already clear, so clear that one.
     ++k;
-    for (int32_t j = store.NSpots - k / 2; j >= store.NSpots - k + 1 && j >= 0; --j)
-      store[j].SecondHalf = 0;
+    store[store.NSpots - k / 2].SecondHalf = 0;
     ++store.NSpots;
     if (store.NSpots > kMaxTracks) return QviStop::Overflow;
   }

@@ -22,6 +22,9 @@ bool ReadXYText(const std::string& path, int32_t maxRows,
       token.clear();
       row(rows, x, y);
       ++rows;
+      // X is set only at a tab: a line without one keeps the fresh array's zero,
+      // not the previous line's X.
+      x = 0;
     } else if (token.size() < kMaxTxtToken) {
       token += static_cast<char>(c);
     }

@@ -1,0 +1,340 @@
+#include "gui/QtBitmap.h"
+
+#include <QFontMetrics>
+#include <QString>
+#include <algorithm>
+#include <cstdint>
+
+namespace {
+
+// Larger pictures are refused rather than allocated.
+constexpr int kMaxSide = 32767;
+constexpr int64_t kMaxBytes = int64_t{1} << 30;
+// Qt's rasteriser works in limited fixed point: shapes are clipped or skipped before
+// they reach it, and pen widths are kept sensible.
+constexpr int kMaxPenWidth = 1000;
+constexpr int kCoordLimit = 1 << 22;
+
+int ClampCoord(int v) { return std::clamp(v, -kCoordLimit, kCoordLimit); }
+
+// Clips the segment to the rectangle [lo, hi] in both axes (Liang-Barsky); false when
+// nothing of it is inside.
+bool ClipSegment(double& x1, double& y1, double& x2, double& y2, double lo_x, double lo_y,
+                 double hi_x, double hi_y) {
+  double t0 = 0, t1 = 1;
+  const double dx = x2 - x1, dy = y2 - y1;
+  const double p[4] = {-dx, dx, -dy, dy};
+  const double q[4] = {x1 - lo_x, hi_x - x1, y1 - lo_y, hi_y - y1};
+  for (int i = 0; i < 4; ++i) {
+    if (p[i] == 0) {
+      if (q[i] < 0) return false;
+      continue;
+    }
+    const double t = q[i] / p[i];
+    if (p[i] < 0)
+      t0 = std::max(t0, t);
+    else
+      t1 = std::min(t1, t);
+    if (t0 > t1) return false;
+  }
+  const double ox = x1, oy = y1;
+  x1 = ox + t0 * dx;
+  y1 = oy + t0 * dy;
+  x2 = ox + t1 * dx;
+  y2 = oy + t1 * dy;
+  return true;
+}
+
+// Corners in any order to a rectangle covering x1..x2-1, y1..y2-1.
+QRect Box(int x1, int y1, int x2, int y2) {
+  const int left = ClampCoord(std::min(x1, x2)), right = ClampCoord(std::max(x1, x2));
+  const int top = ClampCoord(std::min(y1, y2)), bottom = ClampCoord(std::max(y1, y2));
+  return QRect(left, top, right - left, bottom - top);
+}
+
+std::unique_ptr<Bitmap> MakeQtBitmap(int width, int height) {
+  auto bitmap = std::make_unique<QtBitmap>(width, height);
+  if (bitmap->Width() != width || bitmap->Height() != height) return nullptr;
+  return bitmap;
+}
+
+}  // namespace
+
+QColor ToQColor(TColor color) {
+  return QColor(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
+}
+
+TColor FromQRgb(QRgb rgb) {
+  return static_cast<TColor>(qRed(rgb)) | (static_cast<TColor>(qGreen(rgb)) << 8) |
+         (static_cast<TColor>(qBlue(rgb)) << 16);
+}
+
+void InstallQtBitmapFactory() { SetBitmapFactory(&MakeQtBitmap); }
+
+// --- QtCanvas
+
+QtCanvas::QtCanvas(QtBitmap& owner) : owner_(owner) {}
+
+QtCanvas::~QtCanvas() { End(); }
+
+void QtCanvas::End() { painter_.reset(); }
+
+QFont QtCanvas::Font() const {
+  QFont font(QString::fromStdString(fontName_));
+  font.setStyleHint(QFont::SansSerif);
+  // Points at 96 dots per inch, rounded like the platform's MulDiv, so that the size in
+  // pixels does not depend on the paint device.
+  const int points = std::clamp(fontPoints_, 1, 500);
+  font.setPixelSize((points * 96 + 36) / 72);
+  font.setBold(bold_);
+  return font;
+}
+
+QPen QtCanvas::Pen() const {
+  QPen pen(ToQColor(pen_));
+  pen.setWidth(std::clamp(penWidth_, 0, kMaxPenWidth));
+  pen.setStyle(penStyle_ == PenStyle::Dash  ? Qt::DashLine
+               : penStyle_ == PenStyle::Dot ? Qt::DotLine
+                                            : Qt::SolidLine);
+  pen.setCapStyle(Qt::RoundCap);
+  pen.setJoinStyle(Qt::RoundJoin);
+  return pen;
+}
+
+QPainter* QtCanvas::Painter() {
+  if (owner_.image_.isNull()) return nullptr;
+  if (!painter_) {
+    painter_ = std::make_unique<QPainter>(&owner_.MutableImage());
+    painter_->setPen(Pen());
+    painter_->setFont(Font());
+    if (brushStyle_ == BrushStyle::Solid)
+      painter_->setBrush(ToQColor(brush_));
+    else
+      painter_->setBrush(Qt::NoBrush);
+  }
+  return painter_.get();
+}
+
+void QtCanvas::SetPenColor(TColor color) {
+  pen_ = color;
+  if (painter_) painter_->setPen(Pen());
+}
+
+void QtCanvas::SetPenWidth(int width) {
+  penWidth_ = width;
+  if (painter_) painter_->setPen(Pen());
+}
+
+void QtCanvas::SetPenStyle(PenStyle style) {
+  penStyle_ = style;
+  if (painter_) painter_->setPen(Pen());
+}
+
+void QtCanvas::SetBrushColor(TColor color) {
+  brush_ = color;
+  if (painter_ && brushStyle_ == BrushStyle::Solid) painter_->setBrush(ToQColor(brush_));
+}
+
+void QtCanvas::SetBrushStyle(BrushStyle style) {
+  brushStyle_ = style;
+  if (!painter_) return;
+  if (style == BrushStyle::Solid)
+    painter_->setBrush(ToQColor(brush_));
+  else
+    painter_->setBrush(Qt::NoBrush);
+}
+
+void QtCanvas::SetFontName(const std::string& name) {
+  fontName_ = name;
+  if (painter_) painter_->setFont(Font());
+}
+
+void QtCanvas::SetFontSize(int points) {
+  fontPoints_ = points;
+  if (painter_) painter_->setFont(Font());
+}
+
+void QtCanvas::SetFontBold(bool bold) {
+  bold_ = bold;
+  if (painter_) painter_->setFont(Font());
+}
+
+void QtCanvas::SetFontColor(TColor color) { font_ = color; }
+
+void QtCanvas::MoveTo(int x, int y) {
+  penX_ = x;
+  penY_ = y;
+}
+
+void QtCanvas::LineTo(int x, int y) {
+  double x1 = penX_, y1 = penY_, x2 = x, y2 = y;
+  penX_ = x;
+  penY_ = y;
+  QPainter* painter = Painter();
+  if (!painter) return;
+  const double margin = std::clamp(penWidth_, 0, kMaxPenWidth) + 2.0;
+  if (!ClipSegment(x1, y1, x2, y2, -margin, -margin, owner_.Width() + margin,
+                   owner_.Height() + margin))
+    return;
+  painter->drawLine(QPointF(x1, y1), QPointF(x2, y2));
+}
+
+void QtCanvas::Ellipse(int x1, int y1, int x2, int y2) {
+  QPainter* painter = Painter();
+  if (!painter) return;
+  const QRect box = Box(x1, y1, x2, y2);
+  const int margin = std::clamp(penWidth_, 0, kMaxPenWidth) + 2;
+  if (!box.adjusted(-margin, -margin, margin, margin).intersects(owner_.image_.rect())) return;
+  painter->drawEllipse(box);
+}
+
+void QtCanvas::Rectangle(int x1, int y1, int x2, int y2) {
+  QPainter* painter = Painter();
+  if (!painter) return;
+  const QRect box = Box(x1, y1, x2, y2);
+  if (box.width() <= 0 || box.height() <= 0) return;
+  if (brushStyle_ == BrushStyle::Solid) painter->fillRect(box, ToQColor(brush_));
+  // The outline runs on the outermost pixels of the box.
+  painter->save();
+  painter->setBrush(Qt::NoBrush);
+  painter->drawRect(box.adjusted(0, 0, -1, -1));
+  painter->restore();
+}
+
+void QtCanvas::FillRect(int x1, int y1, int x2, int y2) {
+  QPainter* painter = Painter();
+  if (!painter) return;
+  painter->fillRect(Box(x1, y1, x2, y2), ToQColor(brush_));
+}
+
+void QtCanvas::TextOut(int x, int y, const std::string& text) {
+  QPainter* painter = Painter();
+  if (!painter) return;
+  const QString s = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+  const QFontMetrics metrics(painter->font());
+  const QRect cell(ClampCoord(x), ClampCoord(y), metrics.horizontalAdvance(s), metrics.height());
+  if (!cell.intersects(owner_.image_.rect())) return;
+  if (brushStyle_ == BrushStyle::Solid) painter->fillRect(cell, ToQColor(brush_));
+  painter->save();
+  painter->setPen(ToQColor(font_));
+  painter->drawText(cell.left(), cell.top() + metrics.ascent(), s);
+  painter->restore();
+}
+
+int QtCanvas::TextWidth(const std::string& text) {
+  const QFontMetrics metrics(Font());
+  return metrics.horizontalAdvance(
+      QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
+}
+
+int QtCanvas::TextHeight(const std::string&) { return QFontMetrics(Font()).height(); }
+
+TColor QtCanvas::GetPixel(int x, int y) { return owner_.Pixel(x, y); }
+
+void QtCanvas::SetPixel(int x, int y, TColor color) { owner_.SetPixel(x, y, color); }
+
+void QtCanvas::Draw(int x, int y, const Bitmap& source) {
+  if (&source == &owner_) return;
+  if (const auto* qt = dynamic_cast<const QtBitmap*>(&source)) {
+    const QImage& image = qt->Image();
+    QPainter* painter = Painter();
+    if (painter) painter->drawImage(ClampCoord(x), ClampCoord(y), image);
+    return;
+  }
+  CopyRect(x, y, x + source.Width(), y + source.Height(), source, 0, 0, source.Width(),
+           source.Height());
+}
+
+void QtCanvas::CopyRect(int dx1, int dy1, int dx2, int dy2, const Bitmap& source, int sx1,
+                        int sy1, int sx2, int sy2) {
+  const auto* qt = dynamic_cast<const QtBitmap*>(&source);
+  if (!qt || qt == &owner_) {
+    CopyRectByPixels(*this, dx1, dy1, dx2, dy2, source, sx1, sy1, sx2, sy2);
+    return;
+  }
+  const int64_t spans[] = {int64_t{dx2} - dx1, int64_t{dy2} - dy1, int64_t{sx2} - sx1,
+                           int64_t{sy2} - sy1};
+  for (int64_t span : spans)
+    if (span <= 0 || span > kMaxCopySpan) return;
+  const QImage& from = qt->Image();
+  End();
+  QImage& to = owner_.MutableImage();
+  if (to.isNull()) return;
+  const int dw = dx2 - dx1, dh = dy2 - dy1, sw = sx2 - sx1, sh = sy2 - sy1;
+  for (int j = 0; j < dh; ++j) {
+    const int ty = dy1 + j;
+    if (ty < 0 || ty >= to.height()) continue;
+    const int sy = StretchSource(sy1, j, sh, dh);
+    const bool rowInside = sy >= 0 && sy < from.height();
+    const uchar* in = rowInside ? from.constScanLine(sy) : nullptr;
+    uchar* out = to.scanLine(ty);
+    for (int i = 0; i < dw; ++i) {
+      const int tx = dx1 + i;
+      if (tx < 0 || tx >= to.width()) continue;
+      const int sx = StretchSource(sx1, i, sw, dw);
+      uchar* pixel = out + 3 * tx;
+      if (in && sx >= 0 && sx < from.width()) {
+        const uchar* source_pixel = in + 3 * sx;
+        pixel[0] = source_pixel[0];
+        pixel[1] = source_pixel[1];
+        pixel[2] = source_pixel[2];
+      } else {
+        pixel[0] = pixel[1] = pixel[2] = 0;  // outside the source: black
+      }
+    }
+  }
+}
+
+// --- QtBitmap
+
+QtBitmap::QtBitmap(int width, int height) : canvas_(*this) { SetSize(width, height); }
+
+QtBitmap::~QtBitmap() { canvas_.End(); }
+
+bool QtBitmap::SetSize(int width, int height) {
+  canvas_.End();
+  if (width <= 0 || height <= 0) {
+    image_ = QImage();
+    return width >= 0 && height >= 0;
+  }
+  if (width > kMaxSide || height > kMaxSide ||
+      int64_t{width} * height * 3 > kMaxBytes) {
+    image_ = QImage();
+    return false;
+  }
+  QImage image(width, height, QImage::Format_RGB888);
+  if (image.isNull()) {
+    image_ = QImage();
+    return false;
+  }
+  image.fill(Qt::white);
+  image_ = std::move(image);
+  return true;
+}
+
+const QImage& QtBitmap::Image() const {
+  canvas_.End();
+  return image_;
+}
+
+TColor QtBitmap::Pixel(int x, int y) const {
+  canvas_.End();
+  if (x < 0 || y < 0 || x >= image_.width() || y >= image_.height()) return 0;
+  const uchar* p = image_.constScanLine(y) + 3 * x;
+  return static_cast<TColor>(p[0]) | (static_cast<TColor>(p[1]) << 8) |
+         (static_cast<TColor>(p[2]) << 16);
+}
+
+void QtBitmap::SetPixel(int x, int y, TColor color) {
+  canvas_.End();
+  if (x < 0 || y < 0 || x >= image_.width() || y >= image_.height()) return;
+  uchar* p = image_.scanLine(y) + 3 * x;
+  p[0] = color & 0xFF;
+  p[1] = (color >> 8) & 0xFF;
+  p[2] = (color >> 16) & 0xFF;
+}
+
+bool QtBitmap::SavePng(const std::string& path) const {
+  if (image_.isNull()) return false;
+  return Image().save(QString::fromUtf8(path.data(), static_cast<qsizetype>(path.size())), "PNG");
+}

@@ -1,0 +1,93 @@
+#pragma once
+// The chart's drawing surface on Qt: a 24-bit QImage painted with QPainter. Works with
+// any Qt platform, including "offscreen" for the batch tool and the tests.
+#include <QColor>
+#include <QFont>
+#include <QImage>
+#include <QPainter>
+#include <memory>
+#include <string>
+
+#include "plot/Canvas.h"
+
+class QtBitmap;
+
+class QtCanvas : public Canvas {
+ public:
+  explicit QtCanvas(QtBitmap& owner);
+  ~QtCanvas() override;
+
+  void SetPenColor(TColor color) override;
+  void SetPenWidth(int width) override;
+  void SetPenStyle(PenStyle style) override;
+  void SetBrushColor(TColor color) override;
+  void SetBrushStyle(BrushStyle style) override;
+  void SetFontName(const std::string& name) override;
+  void SetFontSize(int points) override;
+  void SetFontBold(bool bold) override;
+  void SetFontColor(TColor color) override;
+
+  void MoveTo(int x, int y) override;
+  void LineTo(int x, int y) override;
+  void Ellipse(int x1, int y1, int x2, int y2) override;
+  void Rectangle(int x1, int y1, int x2, int y2) override;
+  void FillRect(int x1, int y1, int x2, int y2) override;
+  void TextOut(int x, int y, const std::string& text) override;
+  int TextWidth(const std::string& text) override;
+  int TextHeight(const std::string& text) override;
+  TColor GetPixel(int x, int y) override;
+  void SetPixel(int x, int y, TColor color) override;
+  void Draw(int x, int y, const Bitmap& source) override;
+  void CopyRect(int dx1, int dy1, int dx2, int dy2, const Bitmap& source, int sx1, int sy1,
+                int sx2, int sy2) override;
+
+  // Finishes pending painting so that the image's pixels can be read or written directly.
+  void End();
+
+ private:
+  QPainter* Painter();  // null while the image is empty
+  QFont Font() const;
+  QPen Pen() const;
+
+  QtBitmap& owner_;
+  std::unique_ptr<QPainter> painter_;
+  TColor pen_ = 0, brush_ = 0xFFFFFF, font_ = 0;
+  int penWidth_ = 1;
+  PenStyle penStyle_ = PenStyle::Solid;
+  BrushStyle brushStyle_ = BrushStyle::Solid;
+  std::string fontName_;
+  int fontPoints_ = 8;
+  bool bold_ = false;
+  int penX_ = 0, penY_ = 0;
+};
+
+class QtBitmap : public Bitmap {
+ public:
+  // An empty (0 x 0) bitmap when the size is not positive or cannot be allocated.
+  QtBitmap(int width, int height);
+  ~QtBitmap() override;
+
+  int Width() const override { return image_.width(); }
+  int Height() const override { return image_.height(); }
+  bool SetSize(int width, int height) override;
+  Canvas& GetCanvas() override { return canvas_; }
+  TColor Pixel(int x, int y) const override;
+  void SetPixel(int x, int y, TColor color) override;
+  bool SavePng(const std::string& path) const override;
+
+  // The finished picture (pending painting is completed first).
+  const QImage& Image() const;
+
+ private:
+  friend class QtCanvas;
+  QImage& MutableImage() { return image_; }
+
+  QImage image_;
+  mutable QtCanvas canvas_;
+};
+
+QColor ToQColor(TColor color);
+TColor FromQRgb(QRgb rgb);
+
+// Makes QtBitmap the bitmap of every chart (see SetBitmapFactory).
+void InstallQtBitmapFactory();

@@ -1,0 +1,83 @@
+#include "stats/DistancePanels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+
+#include "plot/TQVgraph.h"
+#include "stats/DecayFit.h"
+#include "stats/Histogram.h"
+#include "store/Numbers.h"
+
+namespace {
+
+constexpr int32_t kTrackScratch = 100020;
+constexpr int32_t kTrackScratchZeroed = 100000;
+
+}  // namespace
+
+void CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> values(new (std::nothrow) float[kTrackScratch]);
+  if (!values) {
+    context.Message("Can not allocate memory");
+    return;
+  }
+  std::fill(values.get(), values.get() + kTrackScratchZeroed, 0.0f);
+
+  const TrackStore& spots = context.Spots;
+  int32_t n = 0;
+  for (int32_t t = 0; t < spots.NSpots && n < kTrackScratch; ++t) {
+    const SpotRec& track = spots[t];
+    if (!track.Selected) continue;
+    float dmax = 0;
+    for (int32_t j = 1; j < track.NPoints; ++j) {
+      const float dx = track.X[j] - track.X[0];
+      const float dy = track.Y[j] - track.Y[0];
+      const float d = std::sqrt(dx * dx + dy * dy);
+      if (d > dmax) dmax = d;
+    }
+    values[n++] = dmax;
+  }
+
+  const double bin = context.S.VelocityBin;
+  float* x = context.WorkRow(0);
+  float* bins = context.WorkRow(1);
+  float* fit = context.WorkRow(3);
+  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * bin);
+  // Rows 2 to 4 carry nothing of this analysis but are copied with it.
+  for (int r = 2; r <= 4; ++r)
+    std::fill(context.WorkRow(r), context.WorkRow(r) + kRowLength, 0.0f);
+  const double mean = BuildHistogram(values.get(), bins, static_cast<float>(bin), 0, kHistogramBins,
+                                     n, context.Flags.ShowFreq);
+  const int32_t last = LastFilledBin(bins);
+  const float maxBin = MaxBin(bins, last);
+
+  const double tau = ExpDecayFit(x, bins, last, fit);
+
+  CopyRowsToPanel(context, graph, 5);
+  graph.DataEnd = last;
+  graph.DataFirst = 0;
+  graph.Series[1].Style = Bar;
+  graph.Series[2].Style = Line;
+  graph.Series[3].Style = Line;
+  graph.Series[4].RightAxis = true;
+  // The histogram and, when there is one, the fitted decay; row 2 stays empty.
+  graph.Series[1].Show = true;
+  graph.Series[2].Show = false;
+  graph.Series[3].Show = tau > 0;
+  graph.Series[4].Show = false;
+  graph.Series[1].RightAxis = graph.Series[3].RightAxis = false;
+  graph.SeriesCount = 3;
+
+  std::string note = "AverDist=" + FormatReal(TruncateTo(mean, 1000.00001, 0.001)) + "µm, " +
+                     "Tau=" + FormatReal(TruncateTo(tau, 1000, 0.001)) + "µm";
+  if (tau > 0) note += ", offRate=" + FormatReal(TruncateTo(1 / tau, 1000, 0.001)) + "/µm";
+  graph.Notes[0] = note;
+  graph.Notes[1].clear();
+
+  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of Objects";
+  graph.XTitle = "Absolute Distance (µm)";
+  if (context.Flags.AutoScaling)
+    SetAxes(graph, 0, x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1, 5);
+}

@@ -1,0 +1,157 @@
+#include "stats/IntensityPanels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "plot/TQVgraph.h"
+#include "stats/Histogram.h"
+#include "stats/VelocityPanels.h"  // GaussValue
+#include "store/Numbers.h"
+
+namespace {
+
+// Frames of a track that may be read: its point count, never more than its arrays hold.
+int32_t ReadableFrames(const SpotRec& track) {
+  return std::max(0, std::min(track.NPoints, track.Int.size()));
+}
+
+std::string Tenths(double value) { return FormatReal(TruncateTo(value, 10, 0.1)); }
+
+// The histogram step both distributions share: bins in row 1, X in row 0, mean and SD
+// into the results, titles, styles, point count and axes. Row 2 is cleared for the fit.
+void IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const float* values,
+                        int32_t count, const char* countTitle) {
+  float* x = context.WorkRow(0);
+  float* bins = context.WorkRow(1);
+  float* fit = context.WorkRow(2);
+  const double step = context.S.IntStep;
+
+  const double mean = BuildHistogram(values, bins, static_cast<float>(step), 0, kHistogramBins,
+                                     count, context.Flags.ShowFreq);
+  context.Results.AverIntens = mean;
+  double squares = 0;
+  for (int32_t v = 0; v < count; ++v) {
+    const double d = mean - values[v];
+    squares += d * d;
+  }
+  context.Results.IntensSD = std::sqrt(squares / count);
+
+  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * step);
+  std::fill(fit, fit + kRowLength, 0.0f);
+  const float maxBin = MaxBin(bins, kHistogramBins - 1);
+  const int32_t last = LastFilledBin(bins);
+
+  graph.XTitle = "Intensity (A.U.)";
+  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : countTitle;
+  graph.Series[1].Style = Bar;
+  // The bars and the fitted curve are what this panel is about; series 3 (the kept
+  // comparison curve) stays as the user set it.
+  graph.Series[1].Show = true;
+  graph.Series[2].Show = true;
+  graph.Series[2].Style = Line;
+  graph.SeriesCount = 3;
+  graph.DataEnd = last + 1;
+  if (context.Flags.AutoScaling) SetAxes(graph, 0, x[last], 0, maxBin * 1.2, 0, 1, 5);
+}
+
+}  // namespace
+
+void IntensGaussFit(AnalysisContext& context, TQVgraph& graph) {
+  const float* x = context.WorkRow(0);
+  const float* bins = context.WorkRow(1);
+  float* fit = context.WorkRow(2);
+  const double step = context.S.IntStep;
+  const double sd = context.Results.IntensSD;
+  // The selected-track count even when the bins count single measurements.
+  const double area = (context.Flags.ShowFreq ? 100 : context.Spots.NSelected) * step;
+
+  const int32_t end = std::clamp(graph.DataEnd, 0, kRowLength);
+  int32_t mode = 0;
+  for (int32_t i = 1; i < end; ++i)
+    if (bins[i] > bins[mode]) mode = i;
+  const double m = x[mode];
+
+  // The error sums run over DataEnd itself as well; a full row has no point there.
+  const int32_t lastTerm = std::min(end, kRowLength - 1);
+  const double cStep = 0.5 * step;
+  double bestScore = 0;
+  double best = 0;
+  for (double c = m - 0.5 * m; c < 1.5 * m;) {
+    double error = 0;
+    for (int32_t i = 0; i <= lastTerm; ++i) {
+      const float model = static_cast<float>(area * GaussValue(x[i] - c, sd));
+      const double d = bins[i] - static_cast<double>(model);
+      error += d * d;
+    }
+    if (error > 0 && 1000 / error > bestScore) {
+      bestScore = 1000 / error;
+      best = c;
+    }
+    // A step too small to move c would never end the scan.
+    const double next = c + cStep;
+    if (!(next > c)) break;
+    c = next;
+  }
+
+  for (int32_t i = 0; i < end; ++i)
+    fit[i] = static_cast<float>(area * GaussValue(x[i] - best, sd));
+  context.Results.GaussMax = best;
+}
+
+void CalcIntensDist(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> values(new (std::nothrow) float[kStoreCapacity]);
+  if (!values) {
+    context.Message("Memory Allocation ERROR in CalcIntensDist");
+    return;
+  }
+  const TrackStore& spots = context.Spots;
+  const int32_t nSpots = std::min(spots.NSpots, kStoreCapacity);
+  int32_t count = 0;
+  for (int32_t i = 0; i < nSpots; ++i)
+    if (spots[i].Selected) values[count++] = spots[i].AverInt;
+
+  IntensityHistogram(context, graph, values.get(), count, "Number of objects");
+  const AnalysisResults& r = context.Results;
+  // Written before the fit, so it shows the centre the previous fit left.
+  graph.Notes[0] = "Aver. Intens=" + Tenths(r.AverIntens) + "cnts,SD=" + Tenths(r.IntensSD) +
+                   ", (" + std::to_string(spots.NSelected) + " objects) " + " (GaussMax=" +
+                   Tenths(r.GaussMax) + ")";
+  IntensGaussFit(context, graph);
+  CopyRowsToPanel(context, graph, 3);
+}
+
+void CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> values(new (std::nothrow) float[kMaxIntensityValues]);
+  if (!values) {
+    context.Message("Mem Alloc ERROR in Instant Intens Dist");
+    return;
+  }
+  const TrackStore& spots = context.Spots;
+  const bool window = context.Flags.UseTimeWindow;
+  const int64_t firstFrame = context.S.StartFrame;
+  const int64_t lastFrame = firstFrame + context.S.MinNumDataPoints;
+  const int32_t nSpots = std::min(spots.NSpots, kStoreCapacity);
+  int32_t count = 0;
+  for (int32_t i = 0; i < nSpots && count < kMaxIntensityValues; ++i) {
+    const SpotRec& track = spots[i];
+    if (!track.Selected) continue;
+    const int32_t frames = ReadableFrames(track);
+    for (int32_t j = 0; j < frames && count < kMaxIntensityValues; ++j) {
+      const int64_t frame = static_cast<int64_t>(track.FirstFrame) + j;
+      if (window && (frame < firstFrame || frame > lastFrame)) continue;
+      values[count++] = track.Int[j];
+    }
+  }
+
+  IntensityHistogram(context, graph, values.get(), count, "Number of measurements");
+  const AnalysisResults& r = context.Results;
+  graph.Notes[0] = "Aver. Intens=" + Tenths(r.AverIntens) + "cnts,SD=" + Tenths(r.IntensSD) +
+                   ", (" + std::to_string(spots.NSelected) + " objects, " +
+                   std::to_string(count) + " dataPoints) ";
+  IntensGaussFit(context, graph);
+  graph.Notes[1] = " (GaussMax=" + Tenths(r.GaussMax) + ")";
+  CopyRowsToPanel(context, graph, 3);
+}

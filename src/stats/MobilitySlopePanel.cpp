@@ -1,0 +1,100 @@
+#include "stats/MobilitySlopePanel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "plot/TQVgraph.h"
+#include "stats/Fits.h"
+#include "stats/Histogram.h"
+#include "stats/PanelSupport.h"
+#include "store/Numbers.h"
+
+double TrackMobilitySlope(const float* x, const float* y, int32_t n, int32_t fitLimit,
+                          bool independentPairs, MsdScratch& scratch) {
+  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+  n = std::min(n, kMaxPoints);
+  const int32_t lags = std::min(fitLimit - 2, n / 2 - 2);
+  if (lags < 3) return kNone;
+  // The lag unit drops out of the slope of a log-log line, so lags count in frames.
+  CalcTrackMSD(x, y, n, 1.0f, scratch.Dk, scratch.MSD, independentPairs);
+  float* logLag = scratch.Dk + 1;
+  float* logMSD = scratch.MSD + 1;
+  for (int32_t k = 1; k <= lags; ++k) {
+    const float msd = scratch.MSD[k];
+    if (!(msd > 0) || !std::isfinite(msd)) return kNone;
+    logLag[k - 1] = static_cast<float>(std::log(static_cast<double>(k)));
+    logMSD[k - 1] = static_cast<float>(std::log(static_cast<double>(msd)));
+  }
+  float slope = 0;
+  LinearFit(logLag, logMSD, lags, slope);
+  return slope;
+}
+
+void CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> values(new (std::nothrow) float[kStoreCapacity]);
+  std::unique_ptr<MsdScratch> scratch(new (std::nothrow) MsdScratch);
+  if (!values || !scratch) {
+    context.Message("Memory Allocation ERROR in MobilitySlopeDist");
+    return;
+  }
+  const TrackStore& spots = context.Spots;
+  const Settings& S = context.S;
+  int32_t n = 0;
+  float vmin = 0;
+  for (int32_t t = 0; t < StoredTrackCount(spots); ++t) {
+    const SpotRec& track = spots[t];
+    if (!track.Selected) continue;
+    const double alpha = TrackMobilitySlope(track.X.data(), track.Y.data(), ReadablePoints(track),
+                                            S.MSDfitLimit, context.Flags.Rules.IndependentPairs,
+                                            *scratch);
+    if (!std::isfinite(alpha)) continue;
+    values[n] = static_cast<float>(alpha);
+    vmin = std::min(vmin, values[n]);
+    ++n;
+  }
+
+  // Confined tracks with noise may give slopes below 0: the bins then start at a
+  // multiple of the bin width below the smallest slope.
+  double q = std::trunc(vmin / kSlopeBin);
+  if (q < 0) q = q - 1;
+  const double origin = q * kSlopeBin;
+  float* x = context.WorkRow(0);
+  float* bins = context.WorkRow(1);
+  const bool showFreq = context.Flags.ShowFreq && n > 0;
+  const double mean = BuildHistogram(values.get(), bins, static_cast<float>(kSlopeBin),
+                                     static_cast<float>(origin), kHistogramBins, n, showFreq);
+  double squares = 0;
+  for (int32_t i = 0; i < n; ++i) squares += (mean - values[i]) * (mean - values[i]);
+  const double sd = std::sqrt(squares / n);
+
+  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * kSlopeBin + origin);
+  const float maxBin = MaxBin(bins, LastFilledBin(bins));
+  SeriesRec& histogram = graph.Series[1];
+  const bool bars = histogram.Style == Bar;
+  const int32_t points = HistogramPoints(bins, x, bins, kSlopeBin, origin, bars);
+  if (!bars) histogram.Style = Line;
+
+  CopyRowsToPanel(context, graph, 2);
+  graph.DataFirst = 0;
+  graph.DataEnd = points;
+  graph.SeriesCount = 1;
+  histogram.Show = true;
+  histogram.RightAxis = false;
+  graph.XTitle = "MSD Slope (alpha)";
+  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of objects";
+  graph.Notes[0] = "Aver. Slope=" + FormatReal(TruncateTo(mean, 1000.001, 0.001)) +
+                   ", SD=" + FormatReal(TruncateTo(sd, 1000.001, 0.001)) + ", (" +
+                   std::to_string(n) + " objects)";
+  if (context.Flags.AutoScaling) {
+    double xFirst = origin, xLast = (points > 0 ? x[points - 1] : origin) + kSlopeBin;
+    double yFirst = 0, yLast = maxBin > 0 ? maxBin * 1.2 : 1;
+    DrawableRange(xFirst, xLast);
+    DrawableRange(yFirst, yLast);
+    SetAxes(graph, static_cast<float>(xFirst), static_cast<float>(xLast), 0,
+            static_cast<float>(yLast), 0, 1, 5);
+  }
+}

@@ -1,0 +1,125 @@
+#include "stats/StepDistributionPanel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+
+#include "plot/TQVgraph.h"
+#include "stats/Histogram.h"
+#include "stats/MultiGaussFit.h"
+#include "stats/PanelSupport.h"
+#include "store/Numbers.h"
+
+namespace {
+
+// The raw bins stay in this work row after a run, for the fit.
+constexpr int kRawBinsRow = 3;
+
+// Fills the panel; false when the count scratch could not be had (panel unchanged).
+bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
+  // Counts are kept in doubles: a float bin stops counting at 2^24 pairs.
+  std::unique_ptr<double[]> counts(new (std::nothrow) double[kHistogramBins]());
+  if (!counts) {
+    context.Message("Can not allocate memory for distance data");
+    return false;
+  }
+  const double binWidth = context.S.DistanceBin;
+  const float width = static_cast<float>(binWidth);
+  const TrackStore& spots = context.Spots;
+
+  // The binning rule of every distribution: index truncated, values past the last
+  // bin dropped but still dividing the mean.
+  int64_t pairs = 0;
+  double sum = 0;
+  for (int32_t t = 0; t < StoredTrackCount(spots) && pairs < kMaxStepPairs; ++t) {
+    const SpotRec& track = spots[t];
+    if (!track.Selected) continue;
+    const int32_t n = ReadablePoints(track);
+    const float* x = track.X.data();
+    const float* y = track.Y.data();
+    for (int32_t i = 0; i < n && pairs < kMaxStepPairs; ++i) {
+      const int32_t end = std::min(n - 1, i + kStepWindow);
+      for (int32_t j = i + 1; j <= end; ++j) {
+        const float dx = x[j] - x[i];
+        const float dy = y[j] - y[i];
+        const float nm = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) * 1000.0);
+        ++pairs;
+        const float index = nm / width;
+        if (!(index > -1.0f && index < static_cast<float>(kHistogramBins))) continue;
+        counts[static_cast<int32_t>(index)] += 1;
+        sum += nm;
+      }
+    }
+  }
+  const double mean = sum / static_cast<double>(pairs);
+
+  for (int r = 0; r <= kRawBinsRow; ++r) std::fill_n(context.WorkRow(r), kRowLength, 0.0f);
+  float* x = context.WorkRow(0);
+  float* points = context.WorkRow(1);
+  float* bins = context.WorkRow(kRawBinsRow);
+  const bool showFreq = context.Flags.ShowFreq;
+  for (int32_t i = 0; i < kHistogramBins; ++i)
+    bins[i] = static_cast<float>(showFreq ? counts[i] * 100 / static_cast<double>(pairs) : counts[i]);
+  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * binWidth);
+  const float maxBin = MaxBin(bins, LastFilledBin(bins));
+  SeriesRec* series = graph.Series;
+  const bool bars = series[1].Style == Bar;
+  const int32_t n = HistogramPoints(bins, x, points, binWidth, 0, bars);
+  if (!bars) series[1].Style = Line;
+
+  CopyRowsToPanel(context, graph, 3);  // row 2 (the fit) starts empty
+  graph.DataFirst = 0;
+  graph.DataEnd = n;
+  graph.SeriesCount = 5;
+  series[1].Show = true;
+  series[1].RightAxis = false;
+  series[2].Show = false;
+  series[2].RightAxis = false;
+  series[2].Style = Line;
+  series[3].Show = false;
+  series[4].Show = false;
+
+  graph.XTitle = "Pair Distance (nm)";
+  graph.Y0Title = showFreq ? "Frequency (%)" : "Number of pairs";
+  graph.Notes[0] = "AverDist=" + FormatReal(TruncateTo(mean, 10, 0.1)) + "nm, " +
+                   std::to_string(pairs) + " pairs, Window=" + std::to_string(kStepWindow) +
+                   " frames";
+  if (context.Flags.AutoScaling) {
+    double xFirst = 0, xLast = (n > 0 ? x[n - 1] : 0) + binWidth;
+    double yLast = maxBin > 0 ? maxBin * 1.2 : 1;
+    double yFirst = 0;
+    DrawableRange(xFirst, xLast);
+    DrawableRange(yFirst, yLast);
+    SetAxes(graph, static_cast<float>(xFirst), static_cast<float>(xLast), 0,
+            static_cast<float>(yLast), 0, 1, 5);
+  }
+  return true;
+}
+
+}  // namespace
+
+void CalcStepDistr(AnalysisContext& context, TQVgraph& graph) { BuildStepPanel(context, graph); }
+
+bool StepGaussFit(AnalysisContext& context, TQVgraph& graph, MultiGaussResult* out) {
+  if (!BuildStepPanel(context, graph)) return false;
+  const float* bins = context.WorkRow(kRawBinsRow);
+  const double binWidth = context.S.DistanceBin;
+  MultiGaussResult fit;
+  if (!FitMultiGauss(bins, LastFilledBin(bins) + 1, binWidth, fit)) {
+    context.Message("Too few data for M-GaussFit");
+    return false;
+  }
+  if (out) *out = fit;
+  if (graph.Data) {
+    const bool bars = graph.Series[1].Style == Bar;
+    float* row = graph.Row(2);
+    const int32_t end = std::min(graph.DataEnd, graph.Stride);
+    for (int32_t j = std::max(graph.DataFirst, 0); j < end; ++j)
+      row[j] = static_cast<float>(MultiGaussBinValue(fit, bars ? j : j / 2, binWidth));
+    graph.Series[2].Show = true;
+  }
+  graph.Notes[0] += ", Step=" + FormatReal(TruncateTo(fit.Step, 100, 0.01)) +
+                    "nm, SD=" + FormatReal(TruncateTo(fit.Width, 100, 0.01)) + "nm";
+  return true;
+}

@@ -1,0 +1,275 @@
+#include "stats/VelocityPanels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+
+#include "plot/TQVgraph.h"
+#include "stats/Histogram.h"
+#include "store/Numbers.h"
+
+namespace {
+
+constexpr int32_t kTrackScratch = 100020;
+constexpr int32_t kStepScratch = 2000000;
+
+// Bins of signed data start at a multiple of the bin width at or below the smallest
+// value (never above 0). An exact negative multiple gets one empty bin more.
+double SignedOrigin(float vmin, double bin) {
+  double q = std::trunc(vmin / bin);
+  // An infinite velocity or a zero bin has no origin below it: start at 0.
+  if (!std::isfinite(q)) q = 0;
+  if (q < 0) q = q - 1;
+  return q * bin;
+}
+
+void ClearRows(AnalysisContext& context, int first, int last) {
+  for (int r = first; r <= last; ++r)
+    std::fill(context.WorkRow(r), context.WorkRow(r) + kRowLength, 0.0f);
+}
+
+// The histogram in series 1, nothing else shown.
+void ShowBarsOnly(TQVgraph& graph) {
+  graph.Series[1].Show = true;
+  graph.Series[1].RightAxis = false;
+  for (int k = 2; k <= 4; ++k) graph.Series[k].Show = false;
+}
+
+std::string InstantVelocityNote(const AnalysisContext& context) {
+  return "AverVel=" + FormatReal(TruncateTo(context.Results.AverInstVel, 1000.001, 0.001)) +
+         (context.Flags.TimeMinutes ? "µm/min" : "µm/s") +
+         ", VelStep=" + std::to_string(context.S.VelocityStep);
+}
+
+void FreeExport(AnalysisContext& context) { context.Results.InstVelExport.Armed = false; }
+
+}  // namespace
+
+double GaussValue(double x, double sd) {
+  if (sd == 0) return 0;
+  return std::exp(-x * x / (2 * sd * sd)) / std::sqrt(6.28318530718 * sd * sd);
+}
+
+void CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> values(new (std::nothrow) float[kTrackScratch]);
+  if (!values) {
+    context.Message("Can not allocated memory");
+    return;
+  }
+
+  const TrackStore& spots = context.Spots;
+  int32_t n = 0;
+  float vmin = 0;
+  for (int32_t t = 0; t < spots.NSpots && n < kTrackScratch; ++t) {
+    if (!spots[t].Selected) continue;
+    const float v = spots[t].AverVel;
+    values[n++] = v;
+    if (v < vmin) vmin = v;
+  }
+  const double bin = context.S.VelocityBin;
+  const double origin = SignedOrigin(vmin, bin);
+
+  float* x = context.WorkRow(0);
+  float* bins = context.WorkRow(1);
+  float* gauss = context.WorkRow(2);
+  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * bin + origin);
+  ClearRows(context, 2, 4);
+  const double mean =
+      BuildHistogram(values.get(), bins, static_cast<float>(bin), static_cast<float>(origin),
+                     kHistogramBins, n, context.Flags.ShowFreq);
+  context.Results.AverVelDist = mean;
+  const int32_t last = LastFilledBin(bins);
+  const float maxBin = MaxBin(bins, last);
+
+  double squares = 0;
+  for (int32_t i = 0; i < n; ++i) squares += (values[i] - mean) * (values[i] - mean);
+  const double sd = std::sqrt(squares / n);
+
+  const double area = context.Flags.ShowFreq ? 100 * bin : n * bin;
+  float mode = x[0];
+  for (int32_t i = 0; i <= last; ++i)
+    if (bins[i] == maxBin) {
+      mode = x[i];
+      break;
+    }
+
+  // Only the centre is fitted: the width is the sample SD and the area is fixed by N.
+  double bestFit = 0;
+  double bestQuality = 0;
+  const double step = 0.5 * bin;
+  if (step > 0) {  // a zero bin width would never move the centre
+    for (double c = 0.5 * mode; c < 1.5 * mode; c += step) {
+      double error = 0;
+      for (int32_t i = 0; i <= last; ++i) {
+        const double d = bins[i] - area * GaussValue(x[i] - c, sd);
+        error += d * d;
+      }
+      if (error > 0 && 1000 / error > bestQuality) {
+        bestQuality = 1000 / error;
+        bestFit = c;
+      }
+    }
+  }
+  for (int32_t i = 0; i <= last; ++i)
+    gauss[i] = static_cast<float>(area * GaussValue(x[i] - bestFit, sd));
+
+  CopyRowsToPanel(context, graph, 5);
+  graph.DataEnd = last;
+  graph.DataFirst = 0;
+  graph.Series[1].Style = Bar;
+  graph.Series[2].Style = Line;
+  ShowBarsOnly(graph);
+  graph.Series[2].Show = true;
+  graph.Series[2].RightAxis = false;
+  graph.SeriesCount = 2;
+
+  graph.Notes[0] = "AverVel=" + FormatReal(TruncateTo(mean, 1000.00001, 0.001)) + "µm (SD=" +
+                   FormatReal(TruncateTo(sd, 1000.00001, 0.001)) + ")" + ", bestFit=" +
+                   FormatReal(TruncateTo(bestFit, 1000.00001, 0.001)) + "um" +
+                   ", VelStep=" + std::to_string(context.S.VelocityStep);
+  graph.Notes[1].clear();
+  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of Objects";
+  graph.XTitle = "Velocity (µm/s)";
+  if (context.Flags.AutoScaling)
+    SetAxes(graph, static_cast<float>(origin), x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1,
+            5);
+}
+
+void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> values(new (std::nothrow) float[kStepScratch]());
+  if (!values) {
+    FreeExport(context);
+    context.Message("Can not allocate velocity array");
+    return;
+  }
+
+  DlatInstVelExport& exportTo = context.Results.InstVelExport;
+  const bool exporting = exportTo.Armed && exportTo.WriteLine;
+  const int32_t s = context.S.VelocityStep;
+  const float T = static_cast<float>(s * context.S.dT * context.S.TimeScale);
+  const PairRules& rules = context.Flags.Rules;
+  const int32_t advance = rules.IndependentPairs ? s : 1;
+
+  const TrackStore& spots = context.Spots;
+  int32_t count = 0;
+  float vmin = 0;
+  bool full = false;
+  // As for the per-track velocity, a step of no frames has no velocity (and would
+  // never advance under independent pairs).
+  for (int32_t t = 0; t < spots.NSpots && !full && s >= 1; ++t) {
+    const SpotRec& track = spots[t];
+    if (!track.Selected) continue;
+    std::string dlatText;
+    if (exporting) dlatText = FormatReal(TruncateTo(track.Dlat, 1000, 0.001)) + "\t";
+    const int64_t end = static_cast<int64_t>(track.NPoints) - s - 1;
+    for (int32_t i = 0; i < end; i += advance) {
+      const float dx = track.X[i + s] - track.X[i];
+      const float dy = track.Y[i + s] - track.Y[i];
+      float v = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T);
+      if (rules.AbsoluteXspeed && dx < 0) v = -v;
+      values[count] = v;
+      if (v < vmin) vmin = v;
+      if (exporting) exportTo.WriteLine(dlatText + FormatReal(TruncateTo(v, 1000, 0.001)) + "\n");
+      // The collection stops as soon as the scratch is nearly full, mid-track too.
+      if (++count >= kMaxStepValues) {
+        full = true;
+        break;
+      }
+    }
+  }
+  FreeExport(context);
+
+  const double bin = context.S.VelocityBin;
+  const double origin = SignedOrigin(vmin, bin);
+  float* x = context.WorkRow(0);
+  float* bins = context.WorkRow(1);
+  ClearRows(context, 2, 4);
+  context.Results.AverInstVel =
+      BuildHistogram(values.get(), bins, static_cast<float>(bin), static_cast<float>(origin),
+                     kHistogramBins, count, context.Flags.ShowFreq);
+  const int32_t last = LastFilledBin(bins);
+  for (int32_t i = 0; i <= last; ++i) x[i] = static_cast<float>(i * bin + origin);
+  const float maxBin = MaxBin(bins, last);
+
+  CopyRowsToPanel(context, graph, 5);
+  graph.DataEnd = last;
+  graph.DataFirst = 0;
+  graph.Notes[0] = InstantVelocityNote(context);
+  graph.Notes[1].clear();
+  graph.XTitle = context.Flags.TimeMinutes ? "Velocity(µm/min)" : "Velocity(µm/s)";
+  graph.Series[1].Style = Bar;
+  graph.Series[2].Style = Variation;
+  ShowBarsOnly(graph);
+  graph.SeriesCount = 1;
+  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Frequency ";
+  if (context.Flags.AutoScaling)
+    SetAxes(graph, static_cast<float>(origin), x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1,
+            5);
+}
+
+void CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
+  std::unique_ptr<float[]> angles(new (std::nothrow) float[kStepScratch]());
+  if (!angles) {
+    context.Message("Can not allocate velocity array");
+    return;
+  }
+
+  const int32_t s = context.S.VelocityStep;
+  const int32_t advance = context.Flags.Rules.IndependentPairs ? s : 1;
+  const TrackStore& spots = context.Spots;
+  int32_t count = 0;
+  bool full = false;
+  for (int32_t t = 0; t < spots.NSpots && !full && s >= 1; ++t) {
+    const SpotRec& track = spots[t];
+    if (!track.Selected) continue;
+    const int64_t end = static_cast<int64_t>(track.NPoints) - 2 * static_cast<int64_t>(s) - 1;
+    for (int32_t i = 0; i < end; i += advance) {
+      // Slopes of the two step lines; a vertical line gets a huge one.
+      const float dx1 = track.X[i + s] - track.X[i];
+      const float dy1 = track.Y[i + s] - track.Y[i];
+      const float dx2 = track.X[i + 2 * s] - track.X[i + s];
+      const float dy2 = track.Y[i + 2 * s] - track.Y[i + s];
+      const double m1 = dx1 == 0 ? 1e32 : static_cast<double>(dy1) / dx1;
+      const double m2 = dx2 == 0 ? 1e32 : static_cast<double>(dy2) / dx2;
+      // The angle between the lines, blind to the direction of travel along them.
+      angles[count] = m1 * m2 == -1 ? 1.5707964f
+                                    : static_cast<float>(std::atan((m1 - m2) / (1 + m1 * m2)));
+      if (++count >= kMaxStepValues) {
+        full = true;
+        break;
+      }
+    }
+  }
+
+  const double bin = context.S.VelocityBin;
+  float* x = context.WorkRow(0);
+  float* bins = context.WorkRow(1);
+  ClearRows(context, 2, 4);
+  // Velocity bin and origin 0: negative angles beyond one bin are dropped but still
+  // divide the mean.
+  context.Results.AverAngle = BuildHistogram(angles.get(), bins, static_cast<float>(bin), 0,
+                                             kHistogramBins, count, context.Flags.ShowFreq);
+  int32_t last = 0;
+  for (int32_t i = 9994; i > 0; --i)
+    if (bins[i] > 0) {
+      last = i;
+      break;
+    }
+  for (int32_t i = 0; i <= last; ++i) x[i] = static_cast<float>(i * bin);
+  const float maxBin = MaxBin(bins, last);
+
+  CopyRowsToPanel(context, graph, 5);
+  graph.DataEnd = last;
+  graph.DataFirst = 0;
+  // The note shows the last instant-velocity mean, not the angle mean.
+  graph.Notes[0] = InstantVelocityNote(context);
+  graph.XTitle = "AngleChange(rad)";
+  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Frequency ";
+  graph.Series[1].Style = Bar;
+  graph.Series[2].Style = Variation;
+  ShowBarsOnly(graph);
+  graph.SeriesCount = 5;
+  if (context.Flags.AutoScaling)
+    SetAxes(graph, 0, x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1, 5);
+}

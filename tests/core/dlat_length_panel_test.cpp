@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <vector>
+
+#include "FakePlatform.h"
+#include "app/MainForm.h"
+#include "stats/DlatLengthPanel.h"
+
+namespace {
+
+struct Track {
+  int points;
+  float dlat;
+  bool valid;
+};
+
+void Fill(TMainForm& form, const std::vector<Track>& tracks) {
+  for (const Track& t : tracks) {
+    SpotRec& s = form.Spots[form.Spots.NSpots++];
+    s.AllocateFrames(t.points);
+    s.NPoints = t.points;
+    s.Dlat = t.dlat;
+    s.Valid = t.valid;
+  }
+}
+
+float Left(const TMainForm& form, int row, int i) { return form.LeftData[row * kPanelStride + i]; }
+
+}  // namespace
+
+TEST(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
+  FakePlatform platform;
+  TMainForm form(platform);
+  const std::vector<Track> tracks = {
+      {20, 0.1f, true}, {20, 0.2f, true}, {20, 0.3f, true}, {12, 0.5f, true}, {15, 0.05f, true},
+      {15, 0.15f, true}, {25, 0.4f, true}, {12, 9.0f, false}, {10000, 7.0f, true}};
+  Fill(form, tracks);
+  form.Results.AverDlat = 0.1234567;
+  form.Results.DlatSD = 0.0456789;
+  form.Menu.SetChecked("R_DistanceToNeighbDistrib", true);
+  ASSERT_TRUE(form.RunCommand("L_ShowDlatLenDistr"));
+  const TQVgraph& g = form.LeftGraph;
+  EXPECT_EQ(form.Menu.Caption("Left"), "Left-Len-Dlat");
+
+  // The same statistics worked out directly, in double.
+  std::map<int, std::vector<double>> byLength;
+  for (const Track& t : tracks)
+    if (t.valid && t.points < 10000) byLength[t.points].push_back(t.dlat);
+  for (int L = 0; L < 25; ++L) {
+    double mean = 0, error = 0;
+    const std::vector<double>& d = byLength[L];
+    for (double v : d) mean += v / d.size();
+    for (double v : d) error += (v - mean) * (v - mean) / d.size();
+    error = d.empty() ? 0 : std::sqrt(error) / std::sqrt(d.size());
+    EXPECT_EQ(Left(form, 0, L), L);
+    EXPECT_NEAR(Left(form, 2, L), mean, 1e-6) << L;
+    EXPECT_NEAR(Left(form, 1, L), error, 1e-6) << L;
+    EXPECT_EQ(Left(form, 3, L), d.size()) << L;
+    EXPECT_EQ(Left(form, 4, L), 0);
+  }
+  EXPECT_NEAR(Left(form, 1, 20), 0.0471405, 1e-6);
+  // The longest length lies past the drawn points but is finished all the same.
+  EXPECT_FLOAT_EQ(Left(form, 2, 25), 0.4f);
+  EXPECT_EQ(Left(form, 3, 25), 1);
+  EXPECT_EQ(g.DataFirst, 0);
+  EXPECT_EQ(g.DataEnd, 25);
+  EXPECT_EQ(g.SeriesCount, 5);
+  EXPECT_DOUBLE_EQ(g.LastXval, 26);
+  EXPECT_DOUBLE_EQ(g.LastY0val, static_cast<float>(0.5f * 1.2));
+  EXPECT_DOUBLE_EQ(g.LastY1val, static_cast<float>(3 * 1.2));
+  EXPECT_EQ(g.Series[1].Style, Variation);
+  EXPECT_TRUE(g.Series[3].RightAxis);
+  EXPECT_TRUE(g.Series[1].Show && g.Series[2].Show && g.Series[3].Show);
+  EXPECT_EQ(g.Y0Title, "Mobility (µm2/s)");
+  EXPECT_EQ(g.Y1Title, "Number of objects");
+  EXPECT_EQ(g.XTitle, "Track Length (points)");
+  EXPECT_EQ(g.Notes[0], "Aver. Dlat=0.123µm2/s, SD=0.0456");
+
+  // Only the selection changes: the note stays, the rows follow.
+  form.S.LenThresh = 16;
+  form.ChooseClass("ShowShort");
+  EXPECT_EQ(g.Notes[0], "Aver. Dlat=0.123µm2/s, SD=0.0456");
+  EXPECT_EQ(g.DataEnd, 15);
+  EXPECT_EQ(Left(form, 3, 20), 0);
+  EXPECT_FLOAT_EQ(Left(form, 2, 15), 0.1f);
+
+  // Frequencies only retitle the left axis.
+  form.RunCommand("ShowFreq");
+  EXPECT_EQ(g.Y0Title, "Frequency (%)");
+  EXPECT_EQ(Left(form, 3, 12), 1);
+}
+
+TEST(DlatLengthPanel, EmptyAndSingleLengthStores) {
+  FakePlatform platform;
+  TMainForm form(platform);
+  {
+    AnalysisContext context = form.MakeAnalysisContext();
+    CalcDlatLenDist(context, form.LeftGraph);
+  }
+  const TQVgraph& g = form.LeftGraph;
+  EXPECT_EQ(g.DataEnd, 0);
+  EXPECT_DOUBLE_EQ(g.LastXval, 1);
+  EXPECT_DOUBLE_EQ(g.LastY0val, 0);
+  EXPECT_DOUBLE_EQ(g.LastY1val, 0);
+  for (double v : {g.TickXdist, g.TickY0dist, g.TickY1dist}) EXPECT_TRUE(std::isfinite(v));
+  EXPECT_TRUE(platform.messages.empty());
+
+  // Three tracks of one length: all of them sit at the undrawn longest length.
+  Fill(form, {{20, 0.1f, true}, {20, 0.2f, true}, {20, 0.3f, true}});
+  form.SelectSpots();
+  AnalysisContext context = form.MakeAnalysisContext();
+  CalcDlatLenDist(context, form.LeftGraph);
+  EXPECT_EQ(g.DataEnd, 20);
+  EXPECT_FLOAT_EQ(Left(form, 2, 20), 0.2f);
+  EXPECT_EQ(Left(form, 3, 20), 3);
+  EXPECT_NEAR(Left(form, 1, 20), std::sqrt(0.02 / 3) / std::sqrt(3), 1e-6);
+  EXPECT_DOUBLE_EQ(g.LastY0val, 0);
+}

@@ -1,0 +1,201 @@
+// Layout, coordinate transforms and the frame of the chart, on the recording canvas.
+#include <gtest/gtest.h>
+
+#include <set>
+#include <vector>
+
+#include "GraphTestSupport.h"
+
+TEST(GraphLayout, MarginsFollowLabelsRightAxisAndNotes) {
+  GraphFixture f;
+  TQVgraph& g = f.graph;
+  g.FontSize = 5;
+  g.CalcLayout();
+  EXPECT_EQ(g.FontSize, 8);  // raised
+  EXPECT_EQ(g.LineHeight, 17);
+  EXPECT_EQ(g.LeftMargin, 33);  // "10" is 12 wide, + 17 + 4
+  EXPECT_EQ(g.RightMargin, 0);
+  EXPECT_FALSE(g.HasRightAxis);
+  EXPECT_EQ(g.PlotRight, 433);  // the plot reaches the right edge
+  EXPECT_EQ(g.PlotBottom, 266);
+  EXPECT_EQ(g.XScale, 40.0);
+  EXPECT_EQ(g.Y0Scale, 26.6);
+
+  // A shown series on the right axis: "1000" is 24 wide, + 17.
+  g.FirstY1val = 0;
+  g.LastY1val = 1000;
+  g.TickY1dist = 250;
+  g.Series[1].Show = g.Series[1].RightAxis = true;
+  g.CalcLayout();
+  g.CalcLayout();
+  EXPECT_TRUE(g.HasRightAxis);
+  EXPECT_EQ(g.RightMargin, 41);
+  EXPECT_EQ(g.PlotRight, 392);
+  EXPECT_EQ(g.XScale, (392 - 33) / 10.0);
+  EXPECT_EQ(g.Y1Scale, 266 / 1000.0);
+  // A right-axis series that is not shown does not count.
+  g.Series[1].Show = false;
+  g.CalcLayout();
+  EXPECT_EQ(g.RightMargin, 0);
+
+  // Each non-empty note costs one line of plot height; empty notes cost none.
+  const struct {
+    const char* notes[3];
+    int plotBottom;
+  } cases[] = {{{"", "", ""}, 266}, {{"", "x", ""}, 249}, {{"a", "b", ""}, 232}, {{"a", "b", "c"}, 215}};
+  for (const auto& c : cases) {
+    for (int n = 0; n < 3; ++n) g.Notes[n] = c.notes[n];
+    g.CalcLayout();
+    EXPECT_EQ(g.PlotBottom, c.plotBottom);
+    EXPECT_EQ(g.Y0Scale, c.plotBottom / 10.0);
+  }
+}
+
+TEST(GraphLayout, TransformsRoundBothYBasesDifferently) {
+  GraphFixture f;
+  TQVgraph& g = f.graph;
+  g.FirstXval = 2;
+  g.LastXval = 12;
+  g.FirstY0val = g.FirstY1val = -3;
+  g.LastY0val = g.LastY1val = 7;
+  g.CalcLayout();
+  EXPECT_EQ(g.XOffset(), 47);  // trunc(2 * 40 - 33)
+  // Left: trunc(266 - 79.8) = 186. Right: 266 + trunc(-79.8) = 187.
+  EXPECT_EQ(g.LeftYBase(), 186);
+  EXPECT_EQ(g.RightYBase(), 187);
+
+  // Values land at trunc(yBase - v * scale) of their own axis.
+  g.HasData = true;
+  g.Series[1].Show = true;
+  g.Series[2].Show = g.Series[2].RightAxis = true;
+  g.Series[2].Color = 0x123456;
+  f.At(1, 4) = 1.5f;  // left: trunc(186 - 39.9) = 146
+  f.At(2, 4) = 1.5f;  // right: trunc(187 - 39.9) = 147
+  f.Draw();
+  f.Draw();
+  // Every other value is 0 and sits on its axis' yBase.
+  auto rows = [&f](TColor color) {
+    std::set<int> ys;
+    for (const DrawOp& op : f.LinesIn(color)) ys.insert(op.y2);
+    return ys;
+  };
+  EXPECT_EQ(rows(Colors::Blue), (std::set<int>{146, 186}));
+  EXPECT_EQ(rows(0x123456), (std::set<int>{147, 187}));
+}
+
+TEST(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
+  GraphFixture f;
+  TQVgraph& g = f.graph;
+  g.XColor = 0x0000AA;
+  g.Y0Color = 0x00AA00;
+  g.NotesColor = 0xAA0000;
+  g.Notes[2] = "third note";
+  g.CheckMark = true;
+  RecordingCanvas& rec = f.Draw();
+  EXPECT_EQ(g.PlotBottom, 249);
+
+  // Cleared with the panel colour over the whole bitmap.
+  ASSERT_FALSE(rec.Of("Rectangle").empty());
+  const DrawOp clear = rec.Of("Rectangle")[0];
+  EXPECT_EQ(clear.x2, 433);
+  EXPECT_EQ(clear.y2, 300);
+  EXPECT_EQ(clear.brush, Colors::Cream);
+
+  // X labels 0 to 9 at trunc(33 + 40 t - 3); the label of 10 at the right edge is not drawn.
+  std::vector<std::string> xLabels;
+  for (const DrawOp& op : rec.Of("Text")) {
+    if (op.y1 != 250) continue;
+    EXPECT_EQ(op.x1, 30 + 40 * static_cast<int>(xLabels.size()));
+    EXPECT_EQ(op.font, 0x0000AAu);
+    EXPECT_TRUE(op.bold);
+    xLabels.push_back(op.text);
+  }
+  EXPECT_EQ(xLabels, (std::vector<std::string>{"0", "1", "2", "3", "4", "5", "6", "7", "8", "9"}));
+  EXPECT_EQ(rec.CountText("10"), 0);  // neither axis reaches its last label
+
+  // Y labels right-aligned two pixels left of the margin, while p > 5.
+  const DrawOp* nine = nullptr;
+  for (const DrawOp& op : rec.ops)
+    if (op.kind == "Text" && op.text == "9" && op.y1 != 250) nine = &op;
+  ASSERT_NE(nine, nullptr);
+  EXPECT_EQ(nine->x1, 33 - 6 - 2);
+  EXPECT_EQ(nine->y1, 19);  // trunc(249 - 9 * 24.9 - 5)
+  EXPECT_EQ(nine->font, 0x00AA00u);
+
+  // Dotted left tick lines across the plot; solid X tick lines from row 1 down.
+  std::vector<int> rows;
+  for (const DrawOp& op : f.LinesIn(0x00AA00)) {
+    EXPECT_EQ(op.penStyle, PenStyle::Dot);
+    EXPECT_EQ(op.x1, 33);
+    EXPECT_EQ(op.x2, 433);
+    rows.push_back(op.y1);
+  }
+  // p goes down by repeated subtraction and ends a hair below 0 at the value 10: no line.
+  EXPECT_EQ(rows, (std::vector<int>{249, 224, 199, 174, 149, 124, 99, 74, 49, 24}));
+  std::vector<int> columns;
+  for (const DrawOp& op : f.LinesIn(0x0000AA)) {
+    EXPECT_EQ(op.penStyle, PenStyle::Solid);
+    EXPECT_EQ(op.y1, 1);
+    EXPECT_EQ(op.y2, 249);
+    columns.push_back(op.x1);
+  }
+  EXPECT_EQ(columns, (std::vector<int>{33, 73, 113, 153, 193, 233, 273, 313, 353, 393}));
+
+  // Titles, caption, check mark and the note.
+  const DrawOp* xTitle = rec.FindText("axis X (units)");
+  ASSERT_NE(xTitle, nullptr);
+  EXPECT_EQ(xTitle->x1, 216 - 42);  // centred on the bitmap
+  EXPECT_EQ(xTitle->y1, 249 + 17 - 2);
+  const DrawOp* caption = rec.FindText("NO DATA");
+  ASSERT_NE(caption, nullptr);
+  EXPECT_EQ(caption->x1, 216 - 21);
+  EXPECT_EQ(caption->y1, 1);
+  EXPECT_EQ(caption->font, 0xAA0000u);
+  EXPECT_TRUE(caption->bold);
+  const std::vector<DrawOp> tick = f.LinesIn(Colors::Green);
+  ASSERT_EQ(tick.size(), 2u);
+  EXPECT_EQ(tick[0].penWidth, 7);
+  EXPECT_EQ((std::vector<int>{tick[0].x1, tick[0].y1, tick[0].x2, tick[0].y2, tick[1].x2,
+                              tick[1].y2}),
+            (std::vector<int>{10, 10, 20, 40, 30, 10}));
+  const DrawOp* note = rec.FindText("third note");
+  ASSERT_NE(note, nullptr);
+  EXPECT_EQ(note->x1, 5);
+  EXPECT_EQ(note->y1, 249 + 34);
+  EXPECT_FALSE(note->bold);
+}
+
+TEST(GraphLayout, RotatedTitlesReadBottomToTopInTheirColumns) {
+  GraphFixture f;
+  TQVgraph& g = f.graph;
+  g.FirstY1val = 0;
+  g.LastY1val = 1000;
+  g.TickY1dist = 250;
+  g.Series[1].Show = g.Series[1].RightAxis = true;
+  f.Draw();
+  f.Draw();
+  ASSERT_EQ(g.PlotRight, 392);
+  Bitmap& bitmap = *g.Bitmap;
+
+  // Both titles are 15 characters, 90 pixels: centre row 266/2 + 90/2 = 178. Text row j
+  // lands in column first + j; its pixel i in row 178 - i.
+  auto check = [&](int firstColumn, int rows) {
+    for (int j = 0; j < rows; ++j)
+      for (int i = 1; i <= 89; ++i)
+        ASSERT_EQ(bitmap.Pixel(firstColumn + j, 178 - i), RecordingCanvas::TextPixel(i - 1, j))
+            << "column " << firstColumn + j << " row " << 178 - i;
+  };
+  check(3, 14);          // left: from column 3
+  check(392 + 41 - 16, 14);  // right: the last LineHeight columns of the bitmap
+  // Pixel i = w is not copied: the row above the title keeps the panel colour.
+  EXPECT_EQ(bitmap.Pixel(3, 178 - 90), Colors::Cream);
+
+  // The scratch strips are cleared again, two rows higher for the right title.
+  std::vector<DrawOp> strips = f.Rec().Of("FillRect");
+  ASSERT_EQ(strips.size(), 2u);
+  EXPECT_EQ((std::vector<int>{strips[0].x1, strips[0].y1, strips[0].x2, strips[0].y2}),
+            (std::vector<int>{1, 281, 90, 299}));
+  EXPECT_EQ((std::vector<int>{strips[1].x1, strips[1].y1, strips[1].x2, strips[1].y2}),
+            (std::vector<int>{1, 283, 90, 299}));
+  EXPECT_EQ(bitmap.Pixel(50, 290), Colors::Cream);
+}

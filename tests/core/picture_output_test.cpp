@@ -1,0 +1,202 @@
+// Picture output: composing the panels, the BMP bytes, and the three file-menu commands.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include "FakePlatform.h"
+#include "RecordingCanvas.h"
+#include "app/MainForm.h"
+#include "plot/Picture.h"
+
+namespace {
+
+struct ZoomRecordingPlatform : FakePlatform {
+  std::vector<int> zooms;
+  std::vector<int> widths;
+  void PrintBitmap(const Bitmap& picture, int zoom) override {
+    FakePlatform::PrintBitmap(picture, zoom);
+    zooms.push_back(zoom);
+    widths.push_back(picture.Width());
+  }
+};
+
+void Fill(Bitmap& bitmap, TColor color) {
+  for (int y = 0; y < bitmap.Height(); ++y)
+    for (int x = 0; x < bitmap.Width(); ++x) bitmap.SetPixel(x, y, color);
+}
+
+uint32_t Read32(const std::vector<uint8_t>& b, size_t at) {
+  return b[at] | (b[at + 1] << 8) | (b[at + 2] << 16) | (uint32_t{b[at + 3]} << 24);
+}
+
+std::string TempPath(const std::string& name) {
+  return (std::filesystem::temp_directory_path() / ("kinetra_pic_" + name)).string();
+}
+
+}  // namespace
+
+TEST(PictureOutput, ComposeTakesTheRightPanelsLeftHalfWidth) {
+  RecordingFactoryScope factory;
+  RecordingBitmap left(10, 6), right(10, 6), narrow(4, 6);
+  Fill(left, 0x0000AA);
+  Fill(right, 0x00BB00);
+  Fill(narrow, 0x00BB00);
+  for (int y = 0; y < 6; ++y) right.SetPixel(9, y, 0xCC0000);  // its last column
+
+  // Odd client width 21: the right half is 11 columns drawn from 10 source columns.
+  std::unique_ptr<Bitmap> picture = ComposePanels(&left, &right, 21, 8);
+  ASSERT_NE(picture, nullptr);
+  ASSERT_EQ(picture->Width(), 21);
+  ASSERT_EQ(picture->Height(), 8);
+  std::string row;
+  for (int x = 0; x < 21; ++x) {
+    const TColor c = picture->Pixel(x, 3);
+    row += c == 0x0000AA ? 'L' : c == 0x00BB00 ? 'R' : c == 0xCC0000 ? 'E' : '?';
+  }
+  EXPECT_EQ(row, "LLLLLLLLLLRRRRRRRRRRE");
+  EXPECT_EQ(picture->Pixel(5, 7), Colors::White);  // below the panels
+
+  // A right panel narrower than half the width: the strip beyond it comes from outside
+  // the bitmap, which reads black.
+  picture = ComposePanels(&left, &narrow, 20, 6);
+  ASSERT_NE(picture, nullptr);
+  EXPECT_EQ(picture->Pixel(13, 2), 0x00BB00u);
+  EXPECT_EQ(picture->Pixel(14, 2), 0u);
+  EXPECT_EQ(picture->Pixel(19, 2), 0u);
+
+  // No factory, or no room: no picture.
+  EXPECT_EQ(ComposePanels(&left, &right, 20, 0), nullptr);
+  SetBitmapFactory(nullptr);
+  EXPECT_EQ(ComposePanels(&left, &right, 20, 6), nullptr);
+}
+
+TEST(PictureOutput, Bmp24BytesByHand) {
+  RecordingBitmap bitmap(3, 2);
+  bitmap.SetPixel(0, 0, 0x112233);  // top-left: B=0x11, G=0x22, R=0x33
+  bitmap.SetPixel(2, 1, 0x445566);  // bottom-right
+  const std::vector<uint8_t> b = EncodeBmp24(bitmap);
+  // Rows of 9 bytes padded to 12, bottom row first.
+  ASSERT_EQ(b.size(), 54u + 24u);
+  EXPECT_EQ(b[0], 'B');
+  EXPECT_EQ(b[1], 'M');
+  EXPECT_EQ(Read32(b, 2), 78u);
+  EXPECT_EQ(Read32(b, 10), 54u);
+  EXPECT_EQ(Read32(b, 14), 40u);
+  EXPECT_EQ(Read32(b, 18), 3u);
+  EXPECT_EQ(Read32(b, 22), 2u);
+  EXPECT_EQ(b[26] | (b[27] << 8), 1);
+  EXPECT_EQ(b[28] | (b[29] << 8), 24);
+  EXPECT_EQ(Read32(b, 30), 0u);
+  EXPECT_EQ(Read32(b, 34), 24u);
+  const std::vector<uint8_t> pixels(b.begin() + 54, b.end());
+  const std::vector<uint8_t> expected = {
+      0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x44, 0x55, 0x66, 0, 0, 0,  // bottom row
+      0x11, 0x22, 0x33, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0,  // top row
+  };
+  EXPECT_EQ(pixels, expected);
+
+  RecordingBitmap empty(0, 5);
+  EXPECT_TRUE(EncodeBmp24(empty).empty());
+  EXPECT_FALSE(WriteBmp24(bitmap, "/nonexistent-folder/x.bmp"));
+}
+
+TEST(PictureOutput, SaveAsBMPWritesTheComposedPicture) {
+  RecordingFactoryScope factory;
+  FakePlatform platform;
+  TMainForm form(platform);
+  form.FormResize(1197, 623, 20);
+  const std::string path = TempPath("save.bmp");
+  std::remove(path.c_str());
+
+  platform.saveAnswers.push_back(path);
+  ASSERT_TRUE(form.RunCommand("SaveAsBMP"));
+  ASSERT_EQ(platform.dialogs.size(), 1u);
+  EXPECT_EQ(platform.dialogs[0].filter, "Bitmaps (*.bmp)|*.bmp");
+  EXPECT_EQ(platform.dialogs[0].defaultExt, "bmp");
+  EXPECT_TRUE(platform.dialogs[0].promptOverwrite);
+  std::ifstream in(path, std::ios::binary);
+  const std::vector<uint8_t> b((std::istreambuf_iterator<char>(in)), {});
+  // 1197 x 603: rows of 3591 bytes padded to 3592.
+  ASSERT_EQ(b.size(), 54u + 3592u * 603u);
+  EXPECT_EQ(Read32(b, 18), 1197u);
+  EXPECT_EQ(Read32(b, 22), 603u);
+  EXPECT_TRUE(platform.messages.empty());
+  std::remove(path.c_str());
+
+  // Cancel: nothing written, nothing said.
+  form.RunCommand("SaveAsBMP");
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_TRUE(platform.messages.empty());
+
+  // A file that cannot be written.
+  platform.saveAnswers.push_back("/nonexistent-folder/x.bmp");
+  form.RunCommand("SaveAsBMP");
+  EXPECT_EQ(platform.messages, (std::vector<std::string>{"Can not open file to write data"}));
+
+  // No bitmap can be made: the save's own message.
+  platform.messages.clear();
+  SetBitmapFactory(nullptr);
+  form.RunCommand("SaveAsBMP");
+  EXPECT_EQ(platform.messages, (std::vector<std::string>{"BMP eror"}));
+}
+
+TEST(PictureOutput, PrintGraphsAndPrintBitmap) {
+  RecordingFactoryScope factory;
+  ZoomRecordingPlatform platform;
+  TMainForm form(platform);
+  form.FormResize(1197, 623, 20);
+
+  form.RunCommand("PrintGraphs");  // print dialog cancelled
+  EXPECT_EQ(platform.printed, 0);
+  platform.printConfirm = true;
+  form.S.PrintZoom = 3;
+  form.RunCommand("PrintGraphs");
+  EXPECT_EQ(platform.zooms, (std::vector<int>{3}));
+  EXPECT_EQ(platform.widths, (std::vector<int>{1197}));
+
+  // An empty bitmap has no device-independent form.
+  RecordingBitmap empty(0, 0);
+  form.PrintBitmap(empty);
+  EXPECT_EQ(platform.messages, (std::vector<std::string>{"Can not allocate print buffer"}));
+  EXPECT_EQ(platform.printed, 1);
+
+  platform.messages.clear();
+  SetBitmapFactory(nullptr);
+  form.RunCommand("PrintGraphs");
+  EXPECT_EQ(platform.messages, (std::vector<std::string>{"BMP allocation ERROR"}));
+}
+
+TEST(PictureOutput, PrintZoomPrompt) {
+  FakePlatform platform;
+  TMainForm form(platform);
+  EXPECT_EQ(form.Menu.Caption("PrintZoom"), "Print Zoom=2");
+  const struct {
+    const char* answer;
+    int zoom;
+    const char* caption;
+    bool message;
+  } steps[] = {
+      {"3", 3, "PrintZoom=3", false},   {"21", 3, "PrintZoom=3", true},
+      {"0", 3, "PrintZoom=3", true},    {"abc", 1, "PrintZoom=1", false},
+      {"20", 20, "PrintZoom=20", false}, {"-4", 20, "PrintZoom=20", true},
+  };
+  for (const auto& step : steps) {
+    platform.messages.clear();
+    platform.promptAnswers.push_back(step.answer);
+    form.RunCommand("PrintZoom");
+    EXPECT_EQ(form.S.PrintZoom, step.zoom) << step.answer;
+    EXPECT_EQ(form.Menu.Caption("PrintZoom"), step.caption) << step.answer;
+    EXPECT_EQ(platform.messages,
+              step.message ? std::vector<std::string>{"Print Zoom Out of Order"}
+                           : std::vector<std::string>{})
+        << step.answer;
+  }
+  EXPECT_EQ(platform.prompts.front(), "Set Print Zoom/Scale|Zoom=|2");
+  EXPECT_EQ(platform.prompts.back(), "Set Print Zoom/Scale|Zoom=|20");
+  form.RunCommand("PrintZoom");  // cancelled
+  EXPECT_EQ(form.S.PrintZoom, 20);
+}

@@ -1,0 +1,279 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+
+#include "sim/SimOutput.h"
+#include "sim/Simulator.h"
+#include "stats/TrackValues.h"
+#include "store/QviReader.h"
+#include "store/Settings.h"
+
+namespace {
+
+std::string TempPath(const std::string& name) {
+  return ::testing::TempDir() + "kinetra_sim_" + name;
+}
+
+std::string FileBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// A store holding the tracks with their per-track values computed as on load.
+std::unique_ptr<TrackStore> LoadWithValues(const std::vector<SimTrack>& tracks,
+                                           const Settings& settings) {
+  auto store = std::make_unique<TrackStore>();
+  EXPECT_TRUE(store->Allocate());
+  auto scratch = std::make_unique<MsdScratch>();
+  const PairRules rules;
+  AddSimulatedTracks(*store, tracks,
+                     [&](SpotRec& t) { ComputeTrackValues(t, settings, rules, *scratch); });
+  return store;
+}
+
+double Distance(const SimTrack& a, int32_t ia, const SimTrack& b, int32_t ib) {
+  return std::hypot(double{a.X[ia]} - b.X[ib], double{a.Y[ia]} - b.Y[ib]);
+}
+
+}  // namespace
+
+TEST(SimRandom, ReproducibleWithStandardMoments) {
+  SimRandom a(42), b(42), c(43);
+  double sum = 0, sumSq = 0;
+  bool same = true, differs = false;
+  constexpr int kCount = 200000;
+  for (int i = 0; i < kCount; ++i) {
+    const double z = a.Normal();
+    const double w = b.Normal();
+    same = same && z == w;
+    differs = differs || z != c.Normal();
+    sum += z;
+    sumSq += z * z;
+  }
+  EXPECT_TRUE(same);
+  EXPECT_TRUE(differs);
+  EXPECT_NEAR(sum / kCount, 0.0, 0.01);
+  EXPECT_NEAR(sumSq / kCount, 1.0, 0.015);
+
+  int seen[4] = {};
+  for (int i = 0; i < 4000; ++i) {
+    const int32_t v = a.UniformInt(-1, 2);
+    ASSERT_TRUE(v >= -1 && v <= 2);
+    ++seen[v + 1];
+    const double u = a.Uniform();
+    ASSERT_TRUE(u >= 0 && u < 1);
+  }
+  for (int count : seen) EXPECT_NEAR(count, 1000, 120);
+  EXPECT_EQ(a.UniformInt(5, 5), 5);
+  EXPECT_EQ(a.UniformInt(5, 2), 5);
+}
+
+TEST(Simulator, SameSeedSameBytesAndDriftIsCommon) {
+  PopulationPlan plan;
+  plan.mixed = true;
+  plan.seed = 7;
+  const std::string p1 = TempPath("seed7a.qvi"), p2 = TempPath("seed7b.qvi"),
+                    p3 = TempPath("seed8.qvi");
+  ASSERT_TRUE(WriteSimulatedQvi(p1, MakePopulation(plan)));
+  ASSERT_TRUE(WriteSimulatedQvi(p2, MakePopulation(plan)));
+  plan.seed = 8;
+  ASSERT_TRUE(WriteSimulatedQvi(p3, MakePopulation(plan)));
+  const std::string bytes = FileBytes(p1);
+  EXPECT_GT(bytes.size(), 100000u);
+  EXPECT_EQ(bytes, FileBytes(p2));
+  EXPECT_NE(bytes, FileBytes(p3));
+
+  // A steady drift of 1 µm/s in X shifts every point by frame x dT, and nothing else.
+  plan.drift.vx = 1.0;
+  const std::vector<SimTrack> drifted = MakePopulation(plan);
+  plan.drift = {};
+  const std::vector<SimTrack> still = MakePopulation(plan);
+  ASSERT_EQ(drifted.size(), still.size());
+  for (size_t i = 0; i < still.size(); i += 37) {
+    for (int32_t k = 0; k < still[i].NPoints; k += 9) {
+      const double frame = still[i].FirstFrame + k;
+      EXPECT_NEAR(drifted[i].X[k] - still[i].X[k], frame * 0.03, 2e-5);
+      EXPECT_EQ(drifted[i].Y[k], still[i].Y[k]);
+    }
+  }
+  std::remove(p1.c_str());
+  std::remove(p2.c_str());
+  std::remove(p3.c_str());
+
+  // The binding pairs (first members after the first 170 singles, second members last)
+  // are the only tracks that stay within 0.2 µm of another for 10 frames in a row.
+  int32_t found = 0;
+  for (size_t i = 0; i < still.size(); ++i) {
+    for (size_t j = i + 1; j < still.size(); ++j) {
+      int32_t run = 0, longest = 0;
+      for (int32_t k = 0; k < still[i].NPoints; ++k) {
+        const int32_t kj = still[i].FirstFrame + k - still[j].FirstFrame;
+        if (kj < 0 || kj >= still[j].NPoints) continue;
+        run = Distance(still[i], k, still[j], kj) < 0.2 ? run + 1 : 0;
+        longest = std::max(longest, run);
+      }
+      if (longest >= 10) {
+        ++found;
+        EXPECT_TRUE(i >= 170 && i < 180 && j == i + 180) << i << " " << j;
+      }
+    }
+  }
+  EXPECT_EQ(found, 10);
+}
+
+TEST(Simulator, FileReadsBackInEveryLayout) {
+  PopulationPlan plan;
+  plan.tracks = 5;
+  plan.points = 30;
+  plan.pairs = 1;
+  plan.bleachFraction = 0.4;
+  const std::vector<SimTrack> tracks = MakePopulation(plan);
+  ASSERT_EQ(tracks.size(), 7u);
+
+  // Direct loading gives what a 2016-layout file gives.
+  TrackStore direct;
+  ASSERT_TRUE(direct.Allocate());
+  EXPECT_EQ(AddSimulatedTracks(direct, tracks, nullptr), 7);
+
+  const std::pair<SimFileLayout, QviLayout> layouts[] = {
+      {SimFileLayout::Format2016, QviLayout::Planar2016},
+      {SimFileLayout::ZeroMarker, QviLayout::ZeroMarker},
+      {SimFileLayout::Old, QviLayout::Old}};
+  for (const auto& [written, expected] : layouts) {
+    SCOPED_TRACE(static_cast<int>(written));
+    const std::string path = TempPath("layout.qvi");
+    ASSERT_TRUE(WriteSimulatedQvi(path, tracks, written));
+    // Planar blocks take 28 + 12 N bytes, old ones 16 + 12 N.
+    EXPECT_EQ(FileBytes(path).size(), 7u * ((written == SimFileLayout::Old ? 16 : 28) + 12 * 30));
+    QviReader reader;
+    ASSERT_TRUE(reader.Open(path));
+    EXPECT_EQ(reader.Layout(), expected);
+    TrackStore store;
+    ASSERT_TRUE(store.Allocate());
+    EXPECT_EQ(reader.ReadTracks(store, [](SpotRec&) {}), QviStop::EndOfFile);
+    ASSERT_EQ(store.NSpots, 7);
+    for (int32_t i = 0; i < 7; ++i) {
+      const SimTrack& t = tracks[i];
+      const SpotRec& r = store[i];
+      EXPECT_EQ(r.NPoints, 30);
+      EXPECT_EQ(r.PosX, t.PosX);
+      EXPECT_EQ(r.PosY, t.PosY);
+      EXPECT_EQ(r.FirstFrame, t.FirstFrame);
+      EXPECT_EQ(r.SecondHalf, i < 4 ? 0 : 1);  // the first ceil(7/2) tracks
+      EXPECT_EQ(r.SecondHalf, direct[i].SecondHalf);
+      // Outside the 2016 layout positions are stored relative to the header position.
+      const double originX = written == SimFileLayout::Format2016 ? 0 : r.PosX * 0.1;
+      const double originY = written == SimFileLayout::Format2016 ? 0 : r.PosY * 0.1;
+      for (int32_t k = 0; k < 30; ++k) {
+        EXPECT_EQ(r.Int[k], t.Int[k]);
+        EXPECT_NEAR(originX + r.X[k], t.X[k], 1e-5);
+        EXPECT_NEAR(originY + r.Y[k], t.Y[k], 1e-5);
+        if (written == SimFileLayout::Format2016) {
+          EXPECT_EQ(r.X[k], direct[i].X[k]);
+          EXPECT_EQ(r.Y[k], direct[i].Y[k]);
+        }
+      }
+    }
+    std::remove(path.c_str());
+  }
+}
+
+TEST(Simulator, BrownianTracksGiveTheirDlat) {
+  PopulationPlan plan;
+  plan.seed = 2024;
+  plan.tracks = 1000;
+  plan.points = 200;
+  plan.D = 0.1;
+  plan.dT = 0.03;
+  const Settings settings;  // dT = 0.03 s
+  const auto store = LoadWithValues(MakePopulation(plan), settings);
+  ASSERT_EQ(store->NSpots, 1000);
+  double sum = 0;
+  for (int32_t i = 0; i < store->NSpots; ++i) sum += (*store)[i].Dlat;
+  const double mean = sum / store->NSpots;
+  std::printf("mean Dlat of 1000 Brownian tracks (D = 0.1): %.5f\n", mean);
+  EXPECT_NEAR(mean, 0.1, 0.003);
+}
+
+TEST(Simulator, DirectedTracksGiveTheirSpeed) {
+  // Over VelocityStep = 3 frames a track moves m = v·3·dT, blurred per axis by
+  // s² = 2·D·3·dT; the mean length of that step is m + s²/(2m) while s << m.
+  constexpr double v = 1.0, D = 0.001, T = 3 * 0.03;
+  PopulationPlan plan;
+  plan.tracks = 500;
+  plan.points = 100;
+  plan.D = D;
+  plan.velocity = v;
+  plan.directedFraction = 1;
+  const auto store = LoadWithValues(MakePopulation(plan), Settings{});
+  double sum = 0;
+  for (int32_t i = 0; i < store->NSpots; ++i) sum += (*store)[i].AverVel;
+  const double m = v * T, s2 = 2 * D * T;
+  EXPECT_NEAR(sum / store->NSpots, (m + s2 / (2 * m)) / T, 0.005);
+}
+
+TEST(Simulator, BleachingStepIsFoundAtItsFrame) {
+  SimRandom random(5);
+  for (int32_t bleach : {12, 57, 88}) {
+    SimTrack t = MakeBrownianTrack(random, {100, 0, 5, 5}, 0.05, 0.03);
+    AddIntensity(random, t, {100, 4, bleach, 45});
+    SpotRec r;
+    ASSERT_TRUE(r.AllocateFrames(t.NPoints));
+    r.NPoints = t.NPoints;
+    std::copy(t.Int.begin(), t.Int.end(), r.Int.data());
+    FindIntensityDrop(r, Settings{}.IntDropWindow);
+    EXPECT_EQ(r.StepIndex, bleach);
+    EXPECT_NEAR(r.IntBefore, 100, 5);
+    EXPECT_NEAR(r.IntAfter, 45, 5);
+    EXPECT_GT(r.STest, 5);
+  }
+}
+
+TEST(Simulator, BindingPairsRunTogetherOnlyInTheirStretch) {
+  SimRandom random(11);
+  BindingPlan plan;
+  plan.first = {120, 10, 20, 20};
+  plan.secondFirstFrame = 30;
+  plan.secondPoints = 150;  // overlap: frames 30 .. 129
+  plan.jointStart = 60;
+  plan.jointFrames = 200;  // clipped to the overlap
+  const BindingPair pair = MakeBindingPair(random, plan, 0.03);
+  EXPECT_EQ(pair.jointStart, 60);
+  EXPECT_EQ(pair.jointFrames, 70);
+  EXPECT_EQ(pair.second.FirstFrame, 30);
+  EXPECT_EQ(pair.second.NPoints, 150);
+  for (int32_t frame = 30; frame < 130; ++frame) {
+    const double d = Distance(pair.first, frame - 10, pair.second, frame - 30);
+    if (frame >= 60) {
+      EXPECT_LT(d, 0.2) << frame;
+    } else {
+      EXPECT_GE(d, 0.25) << frame;
+    }
+  }
+}
+
+TEST(Simulator, SteppingMovesInWholeSteps) {
+  SimRandom random(3);
+  const SteppingMotion motion{0.008, 0.15, 0};
+  double travelled = 0;
+  for (int track = 0; track < 50; ++track) {
+    const SimTrack t = MakeSteppingTrack(random, {300, 0, 0, 2}, motion, 0.03);
+    for (int32_t k = 0; k < t.NPoints; ++k) {
+      const double steps = t.X[k] / 0.008;
+      ASSERT_NEAR(steps, std::round(steps), 1e-3);
+      ASSERT_EQ(t.Y[k], 2.0f);
+      if (k > 0) {
+        ASSERT_GE(t.X[k], t.X[k - 1]);
+      }
+    }
+    travelled += t.X[t.NPoints - 1];
+  }
+  // Mean speed = step / dwell = 0.0533 µm/s over 299 frames of 30 ms.
+  EXPECT_NEAR(travelled / 50 / (299 * 0.03), 0.008 / 0.15, 0.003);
+}
