@@ -2,6 +2,7 @@
 // A scripted Platform for tests: answers are queued in advance, everything the
 // program says is recorded.
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +16,8 @@ class FakePlatform : public Platform {
   std::deque<std::vector<std::string>> openAnswers;
   std::deque<std::optional<std::string>> saveAnswers;
   bool printConfirm = false;
+  // Plays the user's part while the graph settings dialog is open.
+  std::function<void(TQVgraphDlgForm&)> graphDialogScript;
 
   // What happened.
   std::vector<std::string> messages;
@@ -28,6 +31,7 @@ class FakePlatform : public Platform {
   int viewerClosed = 0;
   int printed = 0;
   bool mainClosed = false;
+  int graphDialogs = 0;
 
   void ShowMessage(const std::string& text) override { messages.push_back(text); }
   std::optional<std::string> InputQuery(const std::string& c, const std::string& p,
@@ -64,4 +68,8 @@ class FakePlatform : public Platform {
   void ShowViewer() override { ++viewerShown; }
   void CloseViewer() override { ++viewerClosed; }
   void CloseMainWindow() override { mainClosed = true; }
+  void ShowGraphDialog(TQVgraphDlgForm& dialog) override {
+    ++graphDialogs;
+    if (graphDialogScript) graphDialogScript(dialog);
+  }
 };

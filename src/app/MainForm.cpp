@@ -137,6 +137,9 @@ void TMainForm::RegisterCommands() {
   RegisterSettingsCommands();
   RegisterPictureCommands();
   RegisterFitCommands();
+  RegisterGraphDialogCommands();
+  RegisterEditCommands();
+  RegisterFilterCommands();
   // Every radio item of the panel and class menus is a command of its own.
   for (const MenuItem& item : Menu.Items()) {
     if (item.group == MenuGroup::LeftPanel || item.group == MenuGroup::RightPanel)

@@ -9,8 +9,12 @@
 #include <string_view>
 #include <vector>
 
+#include "app/GraphDialog.h"
 #include "app/MenuModel.h"
 #include "app/Platform.h"
+#include "edit/Cleaning.h"
+#include "edit/Drift.h"
+#include "edit/RunningFilters.h"
 #include "plot/TQVgraph.h"
 #include "stats/Analysis.h"
 #include "stats/TrackValues.h"
@@ -148,8 +152,8 @@ class TMainForm {
   bool StartupPromptDone = false;
   // AverVel of every track, after the velocity step changes.
   void RecomputeAllVelocities();
-  // The stopping-spot pass of the FILTER menu, run again when the velocity step changes.
-  // Does nothing yet: the spot filters will fill it in.
+  // The stopping-spot pass of the FILTER menu, run again when the velocity step changes
+  // (MainFormFilters.cpp).
   void RunStoppingFilter();
 
   // --- picture output (MainFormPictures.cpp)
@@ -158,10 +162,58 @@ class TMainForm {
   void PrintZoomClick();
   // Prints any bitmap at PrintZoom printer pixels per pixel; the viewer prints through it too.
   void PrintBitmap(const Bitmap& picture);
+  // Draws both panels into their own bitmaps as a paint does (right, then left; nothing
+  // before the first recomputation), for picture output without a window.
+  void RenderPanels();
+
+  // --- spot filters and track transforms (MainFormFilters.cpp)
+  // The five FILTER toggles: flip the check mark, recompute what the toggle changes,
+  // UpdateAnalysis, then UpdateFilterCaption.
+  void IndependentPairsClick();
+  void AbsoluteXspeedClick();
+  void TwoStepsOnlyClick();
+  void StoppingSpotsClick();
+  void FastMovingSpotsClick();
+  // "FILTER" followed by the suffix of every checked toggle, in menu order.
+  void UpdateFilterCaption();
+  // FastFlag of every track (UpdateAnalysis runs it while "Fast Moving Spots Only" is checked).
+  void RunFastMovingFilter();
+  // "Rotate Tracks Left to Right" and "Fit Tracks Together".
+  void LeftRightTracksClick();
+  void MatchTracksClick();
 
   // --- fits (MainFormFit.cpp)
   // "M-GaussFit": fits the step-distribution panel with Gaussians on multiples of one step.
   void MGaussFitClick();
+
+  // --- track editing (MainFormEdit.cpp): drift correction, cleaning, time-base toggles and
+  // running filters, all in place on every track. Correct For Drift, Shift Down and Shift
+  // By one Frame deliberately do not recompute, so several can be applied before the
+  // panels are rebuilt; the others end with UpdateAnalysis.
+  void CorrectForDriftClick();
+  void RemoveEndsClick();
+  void RemoveDupicatesClick();
+  void RemoveLandingsClick();
+  void RemoveStaticSpotsClick();
+  void ShiftDownClick();
+  void ShiftOneTimeStepClick();
+  void Time0Click();
+  void UseTimeWindowClick();
+  void RunningMed3Click();
+  void RunningMed5Click();
+  void RunningAverage3Click();
+  void RunningAverage5Click();
+  void RunningAverage7Click();
+  // Scratch of the editing commands, allocated at the first use and kept.
+  std::unique_ptr<DriftTables> DriftWork;
+  std::unique_ptr<DuplicateScratch> DuplicateWork;
+  std::unique_ptr<FilterScratch> FilterWork;
+
+  // --- the graph settings dialog (MainFormGraphDialog.cpp)
+  // The one "QVgraph Settings" dialog; the single-track viewer attaches its graph to it too.
+  std::unique_ptr<TQVgraphDlgForm> QVgraphDlgForm;
+  // "SetGraph" (pop-up): the panel under the mouse goes to the dialog, shown modally.
+  void SetGraphClick();
 
   // Runs a menu command by its component name; false when there is no such command.
   bool RunCommand(std::string_view name);
@@ -180,6 +232,9 @@ class TMainForm {
   void RegisterSettingsCommands();  // MainFormSettings.cpp
   void RegisterPictureCommands();   // MainFormPictures.cpp
   void RegisterFitCommands();       // MainFormFit.cpp
+  void RegisterGraphDialogCommands();  // MainFormGraphDialog.cpp
+  void RegisterEditCommands();      // MainFormEdit.cpp
+  void RegisterFilterCommands();    // MainFormFilters.cpp
   void AddCommand(std::string name, std::function<void()> handler);
   void SetCaption(const std::string& caption);
 

@@ -58,6 +58,8 @@ void TMainForm::RunPanel(const std::string& item, TQVgraph& graph) {
 }
 
 void TMainForm::UpdateAnalysis() {
+  if (Menu.Checked("StoppingSpots")) RunStoppingFilter();
+  if (Menu.Checked("FastMovingSpots")) RunFastMovingFilter();
   SelectSpots();
   if (Spots.NSelected < 3) {
     TQVgraph& g = RightGraph;

@@ -27,6 +27,12 @@ void TMainForm::RegisterPictureCommands() {
   AddCommand("SaveAsBMP", [this] { SaveAsBMPClick(); });
 }
 
+void TMainForm::RenderPanels() {
+  if (!GraphsReady) return;
+  RightGraph.DrawGraph();
+  LeftGraph.DrawGraph();
+}
+
 void TMainForm::SaveAsBMPClick() {
   std::unique_ptr<Bitmap> picture = ComposePanels(
       LeftGraph.Bitmap.get(), RightGraph.Bitmap.get(), ClientWidth, ClientHeight - StatusBarHeight);

@@ -188,10 +188,6 @@ void TMainForm::RecomputeAllVelocities() {
     Spots[i].AverVel = static_cast<float>(CalcTrackVelocity(Spots[i], S, rules));
 }
 
-// Not written yet: the stopping-spot pass belongs to the spot filters, which will fill
-// this in. Until then a new velocity step leaves StopCount as it was.
-void TMainForm::RunStoppingFilter() {}
-
 void TMainForm::RegisterSettingsCommands() {
   AddCommand("DeltaTime", [this] { DeltaTimeClick(); });
   AddCommand("IntStep", [this] { IntStepClick(); });

@@ -7,6 +7,7 @@
 #include <vector>
 
 class Bitmap;
+class TQVgraphDlgForm;
 
 struct FileDialog {
   std::string title;       // empty: the platform's default title
@@ -41,4 +42,7 @@ class Platform {
   virtual void ShowViewer() = 0;
   virtual void CloseViewer() = 0;
   virtual void CloseMainWindow() = 0;
+  // Shows the graph settings dialog modally over the graph attached to it; returns when
+  // the user closes it. Every change is already written into the graph by then.
+  virtual void ShowGraphDialog(TQVgraphDlgForm& dialog) = 0;
 };

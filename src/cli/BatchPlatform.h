@@ -1,6 +1,7 @@
 #pragma once
 // Platform for the headless batch tool: each command's prompt or file dialog is
 // answered by the value given with it on the command line; messages go to stderr.
+#include <functional>
 #include <iosfwd>
 #include <utility>
 #include <vector>
@@ -27,12 +28,19 @@ class BatchPlatform : public Platform {
   bool PrintDialog() override { return false; }
   void PrintBitmap(const Bitmap&, int) override {}
   void Beep() override {}
-  void Repaint() override {}
+  // Headless there is no window to invalidate: the panels are drawn at once, so that
+  // pictures saved afterwards show them.
+  void Repaint() override {
+    if (repaint_) repaint_();
+  }
+  void SetRepaint(std::function<void()> repaint) { repaint_ = std::move(repaint); }
   void SetCaption(const std::string& caption) override { caption_ = caption; }
   void SetStatusText(const std::string& text) override { status_ = text; }
   void ShowViewer() override {}
   void CloseViewer() override {}
   void CloseMainWindow() override { closed_ = true; }
+  // No dialogs headless: the graph keeps its settings.
+  void ShowGraphDialog(TQVgraphDlgForm&) override {}
 
   const std::string& caption() const { return caption_; }
   const std::string& status() const { return status_; }
@@ -42,6 +50,7 @@ class BatchPlatform : public Platform {
   std::optional<std::string> TakeAnswer();
 
   std::ostream& messages_;
+  std::function<void()> repaint_;
   std::optional<std::string> answer_;
   std::vector<std::string> openAnswers_;
   std::string caption_;

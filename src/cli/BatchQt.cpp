@@ -1,5 +1,7 @@
 #include "cli/BatchQt.h"
 
+#include "gui/QtBitmap.h"
+
 #include <QGuiApplication>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,6 +18,7 @@ BatchQt::BatchQt(int& argc, char** argv) {
     setenv("XDG_RUNTIME_DIR", dir.c_str(), 1);
   }
   app_ = std::make_unique<QGuiApplication>(argc, argv);
+  InstallQtBitmapFactory();
 }
 
 BatchQt::~BatchQt() = default;

@@ -56,8 +56,8 @@ int main(int argc, char** argv) {
     }
   }
 
-  form.ClientWidth = options->width;
-  form.ClientHeight = options->height;
+  form.FormResize(options->width, options->height, form.StatusBarHeight);
+  platform.SetRepaint([&form] { form.RenderPanels(); });
   if (!options->files.empty()) {
     platform.SetOpenAnswers(options->files);
     form.RunCommand("OpenNewFile");

@@ -8,6 +8,7 @@
 #include <QPrintDialog>
 #include <QPrinter>
 
+#include "gui/GraphSettingsDialog.h"
 #include "plot/Canvas.h"
 
 namespace {
@@ -32,7 +33,10 @@ QPrinter& SharedPrinter() {
 }  // namespace
 
 void QtPlatform::ShowMessage(const std::string& text) {
-  QMessageBox::information(parent_, QApplication::applicationDisplayName(), ToQt(text));
+  // Over a modal window (the graph settings dialog) when one is open, so it is not hidden.
+  QWidget* owner = QApplication::activeModalWidget();
+  QMessageBox::information(owner ? owner : parent_, QApplication::applicationDisplayName(),
+                           ToQt(text));
 }
 
 std::optional<std::string> QtPlatform::InputQuery(const std::string& caption,
@@ -99,3 +103,8 @@ void QtPlatform::PrintBitmap(const Bitmap& picture, int zoom) {
 }
 
 void QtPlatform::Beep() { QApplication::beep(); }
+
+void QtPlatform::ShowGraphDialog(TQVgraphDlgForm& dialog) {
+  GraphSettingsDialog window(dialog, parent_);
+  window.exec();
+}

@@ -35,6 +35,7 @@ class QtPlatform : public Platform {
   void ShowViewer() override { Call(hooks_.showViewer); }
   void CloseViewer() override { Call(hooks_.closeViewer); }
   void CloseMainWindow() override { Call(hooks_.closeMainWindow); }
+  void ShowGraphDialog(TQVgraphDlgForm& dialog) override;
 
  private:
   template <typename F, typename... Args>

@@ -32,21 +32,22 @@ void TQVgraph::CalcLayout() {
   if (!EnsureBitmap()) return;
   Canvas& canvas = Bitmap->GetCanvas();
 
+  // The right-axis flag is brought up to date before the bounds, so that the first
+  // draw after a series moves to the right axis already has that axis' ticks.
+  const int count = ShownSeriesCount();
+  HasRightAxis = false;
+  for (int k = 1; k <= count; ++k)
+    if (Series[k].Show && Series[k].RightAxis) HasRightAxis = true;
+
   XTickFirst = XTickLast = Y0TickFirst = Y0TickLast = Y1TickFirst = Y1TickLast = 0;
   XTickFirst = FirstTick(FirstXval, TickXdist);
   XTickLast = LastTick(LastXval, TickXdist);
   Y0TickFirst = FirstTick(FirstY0val, TickY0dist);
   Y0TickLast = LastTick(LastY0val, TickY0dist);
-  // Still the flag of the previous layout: it is brought up to date just below.
   if (HasRightAxis) {
     Y1TickFirst = FirstTick(FirstY1val, TickY1dist);
     Y1TickLast = LastTick(LastY1val, TickY1dist);
   }
-
-  const int count = ShownSeriesCount();
-  HasRightAxis = false;
-  for (int k = 1; k <= count; ++k)
-    if (Series[k].Show && Series[k].RightAxis) HasRightAxis = true;
 
   if (FontSize < 8) FontSize = 8;
   canvas.SetFontSize(FontSize);

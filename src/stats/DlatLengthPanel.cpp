@@ -65,8 +65,10 @@ void CalcDlatLenDist(AnalysisContext& context, TQVgraph& graph) {
   graph.Y0Title = "Mobility (µm2/s)";
   graph.Series[3].RightAxis = true;
   graph.Series[1].Style = Variation;
-  // Error bars, means and counts are drawn; series 4 (an empty row) stays as it was.
+  // Error bars and means on the left axis, counts on the right; row 4 is empty.
   for (int s = 1; s <= 3; ++s) graph.Series[s].Show = true;
+  graph.Series[1].RightAxis = graph.Series[2].RightAxis = false;
+  graph.Series[4].Show = false;
   graph.Y1Title = "Number of objects";
   graph.XTitle = "Track Length (points)";
   if (context.Flags.ShowFreq) graph.Y0Title = "Frequency (%)";

@@ -47,12 +47,14 @@ void IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const float* 
   graph.XTitle = "Intensity (A.U.)";
   graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : countTitle;
   graph.Series[1].Style = Bar;
-  // The bars and the fitted curve are what this panel is about; series 3 (the kept
-  // comparison curve) stays as the user set it.
-  graph.Series[1].Show = true;
-  graph.Series[2].Show = true;
+  // Bars and the fitted curve on the left axis; row 3 of the panel is not written here.
+  graph.Series[1].Show = graph.Series[2].Show = true;
+  graph.Series[1].RightAxis = graph.Series[2].RightAxis = false;
   graph.Series[2].Style = Line;
+  graph.Series[3].Show = false;
   graph.SeriesCount = 3;
+  // A panel that showed the MSD starts at point 1; bin 0 belongs to this one.
+  graph.DataFirst = 0;
   graph.DataEnd = last + 1;
   if (context.Flags.AutoScaling) SetAxes(graph, 0, x[last], 0, maxBin * 1.2, 0, 1, 5);
 }

@@ -47,12 +47,14 @@ struct MultiGaussResult {
 };
 
 // Fits bins[0 .. nBins), bin i covering [i w, (i + 1) w), with a sum of Gaussians
-// centred at 0, S, 2 S, ... of one width (at most 0.35 S, so the peaks stay apart)
-// and free non-negative areas. The step is
-// searched over 2 bins up to half the occupied range and refined by
-// Levenberg-Marquardt; of candidate steps the one of least Bayesian information wins,
-// so a half step (whose odd peaks stay empty) does not beat the true one.
-// False when the histogram is too small or too empty to hold two steps.
+// centred at S, 2 S, ... of one width (at most 0.45 S, so the peaks stay apart) and
+// free non-negative areas, plus the zero-step peak: distances are lengths in the
+// plane, so pairs that did not step spread as a Rayleigh curve of the same width.
+// Bins are integrated, not sampled, so coarse bins do not bias the step. The step
+// is scanned from 2 bins up to half the occupied range (finer bins are merged first)
+// and refined by Levenberg-Marquardt; of the candidates the one of least Bayesian
+// information wins, so a half step (whose odd peaks stay empty) does not beat the
+// true one. False when the histogram is too small or too empty to hold two steps.
 bool FitMultiGauss(const float* bins, int32_t nBins, double binWidth, MultiGaussResult& result);
 
 // The fitted count of bin i (the model integrated over the bin).

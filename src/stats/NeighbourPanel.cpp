@@ -77,8 +77,13 @@ void CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph) {
   else graph.Series[1].Style = Line;
   const int32_t points = HistogramPoints(bins, x, y, binWidth, 0, bars);
 
+  // The staircase alone; rows 2 to 4 are empty.
   graph.Series[1].Show = true;
+  graph.Series[1].RightAxis = false;
+  for (int s = 2; s <= 4; ++s) graph.Series[s].Show = false;
   CopyRowsToPanel(context, graph, 5);
+  // A panel that showed the MSD starts at point 1; the staircase starts at 0.
+  graph.DataFirst = 0;
   graph.DataEnd = points;
   if (context.Flags.AutoScaling) {
     // With no point there is no last X: the axis then starts from the origin.

@@ -42,7 +42,7 @@ std::string InstantVelocityNote(const AnalysisContext& context) {
          ", VelStep=" + std::to_string(context.S.VelocityStep);
 }
 
-void FreeExport(AnalysisContext& context) { context.Results.InstVelExport.Armed = false; }
+void DisarmExport(AnalysisContext& context) { context.Results.InstVelExport.Armed = false; }
 
 }  // namespace
 
@@ -139,7 +139,7 @@ void CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
 void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> values(new (std::nothrow) float[kStepScratch]());
   if (!values) {
-    FreeExport(context);
+    DisarmExport(context);
     context.Message("Can not allocate velocity array");
     return;
   }
@@ -178,7 +178,7 @@ void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
       }
     }
   }
-  FreeExport(context);
+  DisarmExport(context);
 
   const double bin = context.S.VelocityBin;
   const double origin = SignedOrigin(vmin, bin);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "FakePlatform.h"
+#include "RecordingCanvas.h"
 #include "app/MainForm.h"
 #include "stats/DlatLengthPanel.h"
 
@@ -93,8 +94,10 @@ TEST(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
 }
 
 TEST(DlatLengthPanel, EmptyAndSingleLengthStores) {
+  RecordingFactoryScope bitmaps;
   FakePlatform platform;
   TMainForm form(platform);
+  form.LeftGraph.SetBitmapSize(600, 400);
   {
     AnalysisContext context = form.MakeAnalysisContext();
     CalcDlatLenDist(context, form.LeftGraph);
@@ -105,6 +108,7 @@ TEST(DlatLengthPanel, EmptyAndSingleLengthStores) {
   EXPECT_DOUBLE_EQ(g.LastY0val, 0);
   EXPECT_DOUBLE_EQ(g.LastY1val, 0);
   for (double v : {g.TickXdist, g.TickY0dist, g.TickY1dist}) EXPECT_TRUE(std::isfinite(v));
+  form.LeftGraph.DrawGraph();
   EXPECT_TRUE(platform.messages.empty());
 
   // Three tracks of one length: all of them sit at the undrawn longest length.

@@ -27,7 +27,6 @@ TEST(GraphLayout, MarginsFollowLabelsRightAxisAndNotes) {
   g.TickY1dist = 250;
   g.Series[1].Show = g.Series[1].RightAxis = true;
   g.CalcLayout();
-  g.CalcLayout();
   EXPECT_TRUE(g.HasRightAxis);
   EXPECT_EQ(g.RightMargin, 41);
   EXPECT_EQ(g.PlotRight, 392);
@@ -71,7 +70,6 @@ TEST(GraphLayout, TransformsRoundBothYBasesDifferently) {
   g.Series[2].Color = 0x123456;
   f.At(1, 4) = 1.5f;  // left: trunc(186 - 39.9) = 146
   f.At(2, 4) = 1.5f;  // right: trunc(187 - 39.9) = 147
-  f.Draw();
   f.Draw();
   // Every other value is 0 and sits on its axis' yBase.
   auto rows = [&f](TColor color) {
@@ -172,7 +170,6 @@ TEST(GraphLayout, RotatedTitlesReadBottomToTopInTheirColumns) {
   g.LastY1val = 1000;
   g.TickY1dist = 250;
   g.Series[1].Show = g.Series[1].RightAxis = true;
-  f.Draw();
   f.Draw();
   ASSERT_EQ(g.PlotRight, 392);
   Bitmap& bitmap = *g.Bitmap;

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "FakePlatform.h"
+#include "RecordingCanvas.h"
 #include "app/MainForm.h"
 #include "stats/IntensityPanels.h"
 
@@ -49,12 +50,14 @@ TEST(IntensityPanels, MeanIntensityDistributionFitsTheCentre) {
   for (const auto& g : groups)
     for (int k = 0; k < g.tracks; ++k) AddTrack(form, 12, [&](int) { return g.intensity; });
   form.Menu.SetChecked("R_DistanceToNeighbDistrib", true);
+  form.LeftGraph.DataFirst = 1;  // as the MSD panel leaves it
   ASSERT_TRUE(form.RunCommand("L_ShowIntens"));
   const TQVgraph& g = form.LeftGraph;
   EXPECT_EQ(form.Menu.Caption("Left"), "Left-IntensityDistr");
   EXPECT_FLOAT_EQ(At(form, g, 1, 20), 5);  // 100 / IntStep 5
   EXPECT_FLOAT_EQ(At(form, g, 1, 18), 2);
   EXPECT_FLOAT_EQ(At(form, g, 0, 22), 110);
+  EXPECT_EQ(g.DataFirst, 0);
   EXPECT_EQ(g.DataEnd, 23);
   EXPECT_EQ(g.SeriesCount, 3);
   EXPECT_EQ(g.Series[1].Style, Bar);
@@ -109,8 +112,10 @@ TEST(IntensityPanels, InstantIntensitiesTimeWindowAndBinEdges) {
 }
 
 TEST(IntensityPanels, EmptyFullRowAndOverfullInputsStaySafe) {
+  RecordingFactoryScope bitmaps;
   FakePlatform platform;
   TMainForm form(platform);
+  form.LeftGraph.SetBitmapSize(600, 400);
   for (bool freq : {false, true}) {
     AnalysisContext context = form.MakeAnalysisContext();
     context.Flags.ShowFreq = freq;
@@ -119,6 +124,7 @@ TEST(IntensityPanels, EmptyFullRowAndOverfullInputsStaySafe) {
     EXPECT_EQ(form.Results.GaussMax, 0);
     EXPECT_TRUE(std::isnan(form.Results.AverIntens));
     ExpectFiniteAxes(form.LeftGraph);
+    form.LeftGraph.DrawGraph();  // with percentages the one bar is 0/0
   }
 
   // One 10000-point track reaching the last bin: DataEnd is a full row and the error sum

@@ -41,8 +41,10 @@ TEST(NeighbourPanel, GridSpacingIsTheNeighbourDistance) {
     for (int gy = 0; gy < 4; ++gy) AddTrack(form, 10, 0, gy * 1.0f, gx * 5);
   AddTrack(form, 7, 10, 10);
   AddTrack(form, 8, 10.875f, 10);
+  form.RightGraph.DataFirst = 1;  // as the MSD panel leaves it
   ASSERT_TRUE(form.RunCommand("R_DistanceToNeighbDistrib"));
   const TQVgraph& g = form.RightGraph;
+  EXPECT_EQ(g.DataFirst, 0);
   EXPECT_TRUE(platform.messages.empty());
   EXPECT_EQ(form.Menu.Caption("Right"), "Right-Dist To Neighb.");
   // 0.5 / 0.03 = 16.7 and 0.875 / 0.03 = 29.2: 20 distances in bin 16, 2 in bin 29.

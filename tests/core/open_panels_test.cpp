@@ -91,7 +91,7 @@ TEST(OpenPanels, DistanceCourseGivesDlatAndDwellTime) {
   Noise noise(11);
   // Lengths 10 + Exp(60 frames) taken at even quantiles: from slot 10 on the tracks
   // present fall as exp(-t / 1.8 s).
-  const int N = 400;
+  const int N = 1000;
   std::vector<int> lengths;
   for (int i = 0; i < N; ++i) {
     lengths.push_back(10 + static_cast<int>(std::ceil(-60 * std::log((i + 0.5) / N))));
@@ -310,16 +310,20 @@ TEST(OpenPanels, StepDistributionAndMGaussFitFindTheStep) {
 }
 
 TEST(OpenPanels, MultiGaussFitRecoversAnExactHistogram) {
-  // Bins integrated exactly from peaks at 0, 6.5, 13, ... of width 1.1 (bin width 0.5):
-  // the half step fits as well but must lose.
+  // Bins integrated exactly from Gaussians at 6.5, 13, ... of width 1.1 and the
+  // zero-distance Rayleigh curve of the same width (bin width 0.5): the half step
+  // fits as well but must lose.
   const double step = 6.5, width = 1.1, bin = 0.5;
   std::vector<float> bins(120, 0.0f);
-  for (int i = 0; i < 120; ++i)
-    for (int k = 0; k < 10; ++k) {
-      const double a = 1000.0 * std::exp(-0.3 * k);
-      const double z0 = (i * bin - k * step) / width, z1 = ((i + 1) * bin - k * step) / width;
-      bins[i] += static_cast<float>(a * 0.5 * (std::erfc(-z1 / std::sqrt(2.0)) - std::erfc(-z0 / std::sqrt(2.0))));
+  for (int i = 0; i < 120; ++i) {
+    const double x0 = i * bin, x1 = x0 + bin;
+    double sum = 1000.0 * (std::exp(-x0 * x0 / (2 * width * width)) - std::exp(-x1 * x1 / (2 * width * width)));
+    for (int k = 1; k < 10; ++k) {
+      const double z0 = (x0 - k * step) / width, z1 = (x1 - k * step) / width;
+      sum += 1000.0 * std::exp(-0.3 * k) * 0.5 * (std::erfc(-z1 / std::sqrt(2.0)) - std::erfc(-z0 / std::sqrt(2.0)));
     }
+    bins[i] = static_cast<float>(sum);
+  }
   MultiGaussResult fit;
   ASSERT_TRUE(FitMultiGauss(bins.data(), 120, bin, fit));
   EXPECT_NEAR(fit.Step, step, 1e-3);

@@ -95,7 +95,6 @@ TEST(PictureRender, TestChartWithEveryStyle) {
   g.Series[7].BaseSeries = 2;
   g.Series[7].SymbolSize = 10;
   g.DrawGraph();
-  g.DrawGraph();  // the right-axis bounds come from the layout before
 
   const Bitmap& b = *g.Bitmap;
   const std::string path = OutPath("test_chart.png");
@@ -193,4 +192,34 @@ TEST(PictureRender, SavedBmpAndPngOpenWithTheComposedSize) {
     mismatches += FromQRgb(fromBmp.pixel(598, y)) != right.Pixel(0, y);
   }
   EXPECT_EQ(mismatches, 0);
+}
+
+TEST(PictureRender, AbsurdValuesReachQtSafely) {
+  EnsureQtApp();
+  InstallQtBitmapFactory();
+  std::vector<float> data(2 * 20, 0.0f);
+  for (int i = 0; i < 20; ++i) {
+    data[i] = static_cast<float>(i);
+    data[20 + i] = i % 2 ? 3e38f : -3e38f;
+  }
+  TQVgraph g;
+  ASSERT_TRUE(g.SetBitmapSize(200, 150));
+  g.Data = data.data();
+  g.Stride = 20;
+  g.DataEnd = 12;
+  g.HasData = true;
+  g.Series[1].Show = true;
+  const double ranges[][2] = {{0, 10}, {-1e300, 1e300}, {1e-300, 2e-300}};
+  for (int style : {Line, Circle, Cross, LineCircle, LineCross, Bar, Variation, Marks}) {
+    for (const auto& range : ranges) {
+      g.Series[1].Style = style;
+      g.Series[1].SymbolSize = style == Circle ? 2000000000 : 6;
+      g.Series[1].PenWidth = style == Line ? 1000000 : 2;
+      g.FirstXval = g.FirstY0val = range[0];
+      g.LastXval = g.LastY0val = range[1];
+      g.DrawGraph();
+    }
+  }
+  EXPECT_EQ(g.Bitmap->Width(), 200);
+  EXPECT_GT(CountColor(*g.Bitmap, Colors::Cream), 1000);
 }

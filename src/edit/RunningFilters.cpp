@@ -1,0 +1,66 @@
+#include "edit/RunningFilters.h"
+
+#include <algorithm>
+
+#include "edit/TrackPoints.h"
+
+void RunningMedian(const float* source, float* destination, int32_t n, int32_t w) {
+  if (w < 1 || w > kMaxFilterWindow) return;
+  const int32_t h = w / 2;
+  float window[kMaxFilterWindow];
+  for (int32_t j = h; j < n - h; ++j) {
+    for (int32_t a = 0; a < w; ++a) window[a] = source[j - h + a];
+    for (int32_t a = 0; a < w; ++a)
+      for (int32_t b = w - 1; b > a; --b)
+        if (window[a] > window[b]) std::swap(window[a], window[b]);
+    destination[j] = window[h];
+  }
+}
+
+namespace {
+
+// The points a filter may touch: those of the track that fit the scratch arrays.
+int32_t FilterPoints(const SpotRec& track) {
+  return std::min(UsablePoints(track), kFilterScratchFloats);
+}
+
+void MedianOfArray(FrameArray& values, int32_t n, int32_t w, float* copy) {
+  std::copy(values.data(), values.data() + n, copy);
+  RunningMedian(copy, values.data(), n, w);
+}
+
+void AverageOfArray(FrameArray& values, int32_t n, int32_t w, float* sums) {
+  const int32_t h = w / 2;
+  for (int32_t j = h; j < n - h; ++j) {
+    float sum = 0;
+    for (int32_t k = j - h; k <= j + h; ++k) sum += values[k];
+    sums[j] = sum;
+  }
+  const float width = static_cast<float>(w);
+  for (int32_t j = h; j < n - h; ++j) values[j] = sums[j] / width;
+}
+
+}  // namespace
+
+void RunningMedianAll(TrackStore& store, int32_t w, FilterScratch& scratch) {
+  if (w < 1 || w > kMaxFilterWindow) return;
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    SpotRec& t = store[i];
+    const int32_t n = FilterPoints(t);
+    if (n == 0) continue;
+    MedianOfArray(t.Int, n, w, scratch.Copy);
+    MedianOfArray(t.X, n, w, scratch.Copy);
+    MedianOfArray(t.Y, n, w, scratch.Copy);
+  }
+}
+
+void RunningAverage(TrackStore& store, int32_t w, FilterScratch& scratch) {
+  if (w < 1 || w > kMaxFilterWindow) return;
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    SpotRec& t = store[i];
+    const int32_t n = FilterPoints(t);
+    AverageOfArray(t.Int, n, w, scratch.Sums);
+    AverageOfArray(t.X, n, w, scratch.Sums);
+    AverageOfArray(t.Y, n, w, scratch.Sums);
+  }
+}
