@@ -4,6 +4,7 @@
 #include <new>
 
 #include "plot/Ticks.h"
+#include "stats/ParallelValues.h"
 #include "store/Numbers.h"
 
 namespace {
@@ -60,13 +61,13 @@ PairRules TMainForm::CurrentPairRules() const {
 }
 
 void TMainForm::ComputeTrackValuesOf(int32_t first, int32_t end) {
-  const PairRules rules = CurrentPairRules();
-  for (int32_t i = first; i < end; ++i) ComputeTrackValues(Spots[i], S, rules, *Scratch);
+  ComputeTrackValuesParallel(Spots, first, end, S, CurrentPairRules(), ThreadPool::Shared(),
+                             *Scratch);
 }
 
 void TMainForm::RecomputeAllMobility() {
-  const PairRules rules = CurrentPairRules();
-  for (int32_t i = 0; i < Spots.NSpots; ++i) RecomputeMobility(Spots[i], S, rules, *Scratch);
+  ComputeTrackValuesParallel(Spots, 0, Spots.NSpots, S, CurrentPairRules(), ThreadPool::Shared(),
+                             *Scratch, true);
 }
 
 int32_t TMainForm::SelectSpots() {
@@ -140,6 +141,9 @@ void TMainForm::RegisterCommands() {
   RegisterGraphDialogCommands();
   RegisterEditCommands();
   RegisterFilterCommands();
+  RegisterViewerCommands();
+  RegisterExportCommands();
+  RegisterDualCommands();
   // Every radio item of the panel and class menus is a command of its own.
   for (const MenuItem& item : Menu.Items()) {
     if (item.group == MenuGroup::LeftPanel || item.group == MenuGroup::RightPanel)

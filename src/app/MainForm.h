@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/GraphDialog.h"
+#include "app/GraphForm.h"
 #include "app/MenuModel.h"
 #include "app/Platform.h"
 #include "edit/Cleaning.h"
@@ -212,8 +213,48 @@ class TMainForm {
   // --- the graph settings dialog (MainFormGraphDialog.cpp)
   // The one "QVgraph Settings" dialog; the single-track viewer attaches its graph to it too.
   std::unique_ptr<TQVgraphDlgForm> QVgraphDlgForm;
+
+  // --- the single-track viewer (MainFormViewer.cpp)
+  // The one "Kinetra - Graph" viewer; ShowCurrentSpot hands it the track at CurSpot.
+  std::unique_ptr<TGraphForm> GraphForm;
+  // "ViewTrack" (batch): asks for a track index, makes it CurSpot and shows it.
+  void ViewTrackClick();
+  // "ViewerPicture" (batch): saves the viewer's graph as BMP, or PNG by the name's extension.
+  void ViewerPictureClick();
   // "SetGraph" (pop-up): the panel under the mouse goes to the dialog, shown modally.
   void SetGraphClick();
+
+  // --- dual tracks and binding (MainFormDuals.cpp). Find Dual Tracks sets DualsFound,
+  // which the cut, the binding filter and the four exports need first.
+  void FindDualTracksClick();
+  void LeaveDualsPartsOnlyClick();
+  void DynamicBindingClick();
+  void SaveTimeBeforeBindingClick();
+  void SaveBoundTimeClick();
+  void SaveGreenBindingSpotsClick();
+  void SaveGreenSplittingSpotsClick();
+  void ShowFusedTracksClick();
+
+  // --- text exports (MainFormExports.cpp): each asks for a file with the text save dialog
+  // and changes nothing in the store; a cancelled dialog or a file that cannot be opened
+  // ends the command with nothing written.
+  void SaveDistAsTXTClick();
+  void SaveDistAsCSVClick();
+  void SaveXYIntDataClick();
+  void SaveXYdataClick();
+  void SaveIntensityDataClick();
+  // The three track exports: mode 0 X, Y and intensity, 1 X and Y, 2 intensity.
+  void SaveTrackData(int mode);
+  // The two toggles the track exports read; they only flip their check marks.
+  void SaveXYIntColumnsClick();
+  void PutTimeInTXTfileClick();
+  void SaveMSDdTClick();
+  void SaveDlatVersIntClick();
+  void SaveDlatVerLenClick();
+  void SaveStopTimesClick();
+  // Arms the export hook of the instant-velocity distribution and runs the right panel's
+  // "Show Instant Vel. Distr." command into the open file.
+  void SaveDlatInstVelDataClick();
 
   // Runs a menu command by its component name; false when there is no such command.
   bool RunCommand(std::string_view name);
@@ -235,6 +276,9 @@ class TMainForm {
   void RegisterGraphDialogCommands();  // MainFormGraphDialog.cpp
   void RegisterEditCommands();      // MainFormEdit.cpp
   void RegisterFilterCommands();    // MainFormFilters.cpp
+  void RegisterViewerCommands();    // MainFormViewer.cpp
+  void RegisterDualCommands();      // MainFormDuals.cpp
+  void RegisterExportCommands();    // MainFormExports.cpp
   void AddCommand(std::string name, std::function<void()> handler);
   void SetCaption(const std::string& caption);
 

@@ -1,7 +1,11 @@
 // File commands of the main window: QVI reading and writing, the text import.
+#include <algorithm>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "app/MainForm.h"
+#include "stats/ParallelValues.h"
 #include "store/QviReader.h"
 #include "store/QviWriter.h"
 #include "store/TxtTrack.h"
@@ -53,9 +57,17 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
   }
   if (OldFormat) SetCaption(kOldFormatCaption);
 
+  // The per-track values are computed on the worker threads while reading goes on.
+  std::error_code sizeError;
+  const auto fileSize = std::filesystem::file_size(path, sizeError);
+  const double bytes = sizeError || fileSize == 0 ? 1.0 : static_cast<double>(fileSize);
+  platform_.Progress(path, 0.0);
   const PairRules rules = CurrentPairRules();
-  const QviStop stop = reader.ReadTracks(
-      Spots, [&](SpotRec& track) { ComputeTrackValues(track, S, rules, *Scratch); });
+  const QviStop stop =
+      ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *Scratch, [&] {
+        platform_.Progress(path, std::min(1.0, static_cast<double>(reader.Offset()) / bytes));
+      });
+  platform_.Progress(path, 1.0);
   if (stop == QviStop::AllocationFailed)
     platform_.ShowMessage("Can not allocate memory for Int, X, Y data");
   else if (stop == QviStop::Overflow)

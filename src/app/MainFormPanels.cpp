@@ -159,6 +159,8 @@ void TMainForm::PrevSpotClick() {
 }
 
 void TMainForm::ShowCurrentSpot() {
+  if (GraphForm) GraphForm->ResetDisplayFlags();
   if (CurSpot < 0 || CurSpot >= Spots.NSpots || !Spots[CurSpot].Selected) return;
+  if (GraphForm) GraphForm->ShowSpot(CurSpot);
   platform_.ShowViewer();
 }

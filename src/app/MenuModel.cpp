@@ -195,6 +195,10 @@ MenuModel::MenuModel() {
                      {"MGaussFit", "M-GaussFit", ""}});
 }
 
+MenuModel::MenuModel(const std::vector<MenuItem>& items) {
+  for (const MenuItem& item : items) Add(item);
+}
+
 bool MenuModel::Has(std::string_view name) const { return index_.count(std::string(name)) != 0; }
 
 const MenuItem& MenuModel::Item(std::string_view name) const {
@@ -219,6 +223,13 @@ void MenuModel::SetChecked(std::string_view name, bool checked) {
 
 void MenuModel::SetCaption(std::string_view name, const std::string& caption) {
   MutableItem(name).caption = caption;
+  ++revision_;
+}
+
+void MenuModel::SetEnabled(std::string_view name, bool enabled) {
+  MenuItem& item = MutableItem(name);
+  if (item.enabled == enabled) return;
+  item.enabled = enabled;
   ++revision_;
 }
 

@@ -23,6 +23,8 @@ struct MenuItem {
 class MenuModel {
  public:
   MenuModel();
+  // A menu set of another window (the single-track viewer), item by item in menu order.
+  explicit MenuModel(const std::vector<MenuItem>& items);
 
   const std::vector<MenuItem>& Items() const { return items_; }
   bool Has(std::string_view name) const;
@@ -34,6 +36,7 @@ class MenuModel {
   void Toggle(std::string_view name) { SetChecked(name, !Checked(name)); }
   const std::string& Caption(std::string_view name) const { return Item(name).caption; }
   void SetCaption(std::string_view name, const std::string& caption);
+  void SetEnabled(std::string_view name, bool enabled);
   // The checked item of a radio group.
   const std::string& CheckedInGroup(int group) const;
 

@@ -45,4 +45,8 @@ class Platform {
   // Shows the graph settings dialog modally over the graph attached to it; returns when
   // the user closes it. Every change is already written into the graph by then.
   virtual void ShowGraphDialog(TQVgraphDlgForm& dialog) = 0;
+
+  // How far a long job has got: `fraction` 0 when it starts, rising, 1 when it is done.
+  // `what` names the job (the file being read). A platform may show nothing for short jobs.
+  virtual void Progress(const std::string& /*what*/, double /*fraction*/) {}
 };

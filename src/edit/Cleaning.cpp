@@ -54,7 +54,8 @@ int32_t RemoveDupicates(TrackStore& store, DuplicateScratch& scratch) {
           begin, end, lowest, [&store](int32_t k, int64_t x) { return store[k].PosX < x; });
       int32_t neighbours = 0;
       for (const int32_t* p = from; p != end && store[*p].PosX <= int64_t{ti.PosX} + 5; ++p)
-        if (*p != i && Close(ti, store[*p])) scratch.Neighbours[neighbours++] = *p;
+        if (*p != i && store[*p].Valid && Close(ti, store[*p]))
+          scratch.Neighbours[neighbours++] = *p;
       std::sort(scratch.Neighbours, scratch.Neighbours + neighbours);
 
       for (int32_t m = 0; m < neighbours; ++m) {

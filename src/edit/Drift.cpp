@@ -2,7 +2,7 @@
 
 #include "edit/TrackPoints.h"
 
-int64_t CorrectForDrift(TrackStore& store, DriftTables& tables) {
+void ComputeDriftPath(const TrackStore& store, DriftTables& tables) {
   for (int32_t f = 0; f < kDriftFrames; ++f) {
     tables.DriftX[f] = 0.0;
     tables.DriftY[f] = 0.0;
@@ -33,7 +33,10 @@ int64_t CorrectForDrift(TrackStore& store, DriftTables& tables) {
     tables.DriftX[f + 1] += tables.DriftX[f];
     tables.DriftY[f + 1] += tables.DriftY[f];
   }
+}
 
+int64_t CorrectForDrift(TrackStore& store, DriftTables& tables) {
+  ComputeDriftPath(store, tables);
   int64_t uncorrected = 0;
   for (int32_t i = 0; i < store.NSpots; ++i) {
     SpotRec& t = store[i];

@@ -16,6 +16,11 @@ struct DriftTables {
   float DriftCount[kDriftFrames];
 };
 
+// Fills DriftX/DriftY with the summed mean steps of frames 0 .. f (the path that
+// CorrectForDrift subtracts from a point in frame f) and DriftCount with the number of
+// steps from frame f to f + 1. Reads every track of the store, active or not.
+void ComputeDriftPath(const TrackStore& store, DriftTables& tables);
+
 // Corrects every track of the store, active or not. The point in frame f loses the
 // summed mean steps of frames 0 .. f inclusive, i.e. including the step from its own
 // frame to the next (a deliberate one-step lead). Steps from frame 10000 on end a

@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "edit/TrackPoints.h"
 #include "store/Settings.h"
 #include "store/TrackStore.h"
 
 namespace {
 
-// Frames that may be read: NPoints, unless the arrays are shorter.
-int32_t UsablePoints(const SpotRec& track) {
-  return std::max<int32_t>(0, std::min({track.NPoints, track.X.size(), track.Y.size()}));
-}
-
-// Calls step(dx, v) for every step of VelocityStep frames, j = 0, stride, ... while
+// Calls step(j, dx, v) for every step of VelocityStep frames, j = 0, stride, ... while
 // j < NPoints - VelocityStep. This bound takes the step that ends at the last point,
 // one more than the average velocity uses.
 template <typename Step>

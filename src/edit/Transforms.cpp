@@ -4,15 +4,11 @@
 #include <cmath>
 #include <vector>
 
+#include "edit/TrackPoints.h"
 #include "stats/Fits.h"
 #include "store/TrackStore.h"
 
 namespace {
-
-// Frames that may be read: NPoints, unless the arrays are shorter.
-int32_t UsablePoints(const SpotRec& track) {
-  return std::max<int32_t>(0, std::min({track.NPoints, track.X.size(), track.Y.size()}));
-}
 
 // Turns one track clockwise by the angle of its fitted line, after shifting the line
 // through the origin. A slope that is not a number (a vertical or one-point track) is

@@ -13,6 +13,7 @@
 #include "app/MainForm.h"
 #include "gui/PanelsWidget.h"
 #include "gui/QtMenus.h"
+#include "gui/ViewerWindow.h"
 
 namespace {
 
@@ -53,11 +54,18 @@ MainWindow::MainWindow(bool askForIntervalAtStart) {
   };
   hooks.setStatus = [this](const std::string& text) { status_->setText(QString::fromStdString(text)); };
   hooks.closeMainWindow = [this] { QTimer::singleShot(0, this, &QWidget::close); };
+  hooks.showViewer = [this] {
+    if (viewer_) viewer_->ShowTrack();
+  };
+  hooks.closeViewer = [this] {
+    if (viewer_) viewer_->CloseForLoad();
+  };
   platform_ = std::make_unique<QtPlatform>(this, std::move(hooks));
   form_ = std::make_unique<TMainForm>(*platform_);
   if (!form_->Ready()) return;
 
   menus_ = new QtMenus(*this, form_->Menu, [this](const std::string& name) { RunCommand(name); });
+  viewer_ = std::make_unique<ViewerWindow>(*form_, this);
   const int statusHeight = statusBar()->sizeHint().height();
   panels_ = new PanelsWidget(*form_, menus_->Popup(), statusHeight, this);
   setCentralWidget(panels_);

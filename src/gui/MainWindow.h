@@ -12,6 +12,7 @@ class QTimer;
 class QtMenus;
 class PanelsWidget;
 class TMainForm;
+class ViewerWindow;
 
 class MainWindow : public QMainWindow {
   Q_OBJECT
@@ -20,6 +21,8 @@ class MainWindow : public QMainWindow {
   ~MainWindow() override;
 
   TMainForm& form() { return *form_; }
+  // The single-track viewer window (null when the store could not be allocated).
+  ViewerWindow* viewer() { return viewer_.get(); }
   // Opens the files as "Open New File(s)" would: the first replaces the store.
   void OpenFiles(const QStringList& paths);
   // Runs a menu command by its component name and refreshes the menus.
@@ -36,6 +39,8 @@ class MainWindow : public QMainWindow {
   PanelsWidget* panels_ = nullptr;
   QtMenus* menus_ = nullptr;
   QLabel* status_ = nullptr;
+  // Declared after form_, so it goes before the viewer logic it shows.
+  std::unique_ptr<ViewerWindow> viewer_;
 };
 
 // Qt key codes to the virtual key codes the main window's key rules are written in.

@@ -16,6 +16,29 @@ namespace {
 // The raw bins stay in this work row after a run, for the fit.
 constexpr int kRawBinsRow = 3;
 
+}  // namespace
+
+int64_t AddTrackStepPairs(const float* x, const float* y, int32_t n, float binWidth,
+                          double* counts, double& sum, int64_t pairBudget) {
+  int64_t pairs = 0;
+  for (int32_t i = 0; i < n && pairs < pairBudget; ++i) {
+    const int32_t end = std::min(n - 1, i + kStepWindow);
+    for (int32_t j = i + 1; j <= end; ++j) {
+      const float dx = x[j] - x[i];
+      const float dy = y[j] - y[i];
+      const float nm = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) * 1000.0);
+      ++pairs;
+      const float index = nm / binWidth;
+      if (!(index > -1.0f && index < static_cast<float>(kHistogramBins))) continue;
+      counts[static_cast<int32_t>(index)] += 1;
+      sum += nm;
+    }
+  }
+  return pairs;
+}
+
+namespace {
+
 // Fills the panel; false when the count scratch could not be had (panel unchanged).
 bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
   // Counts are kept in doubles: a float bin stops counting at 2^24 pairs.
@@ -35,22 +58,8 @@ bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
   for (int32_t t = 0; t < StoredTrackCount(spots) && pairs < kMaxStepPairs; ++t) {
     const SpotRec& track = spots[t];
     if (!track.Selected) continue;
-    const int32_t n = ReadablePoints(track);
-    const float* x = track.X.data();
-    const float* y = track.Y.data();
-    for (int32_t i = 0; i < n && pairs < kMaxStepPairs; ++i) {
-      const int32_t end = std::min(n - 1, i + kStepWindow);
-      for (int32_t j = i + 1; j <= end; ++j) {
-        const float dx = x[j] - x[i];
-        const float dy = y[j] - y[i];
-        const float nm = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) * 1000.0);
-        ++pairs;
-        const float index = nm / width;
-        if (!(index > -1.0f && index < static_cast<float>(kHistogramBins))) continue;
-        counts[static_cast<int32_t>(index)] += 1;
-        sum += nm;
-      }
-    }
+    pairs += AddTrackStepPairs(track.X.data(), track.Y.data(), ReadablePoints(track), width,
+                               counts.get(), sum, kMaxStepPairs - pairs);
   }
   const double mean = sum / static_cast<double>(pairs);
 

@@ -13,9 +13,21 @@ struct PairRules {
 
 // MSD[k] and Dk[k] for k = 1 .. n/2 - 1 (slot 0 untouched); returns the mean of
 // Dk[2 .. n/2 - 1]. Both arrays must hold at least max(n/2, 1) floats; n is clipped
-// to kMaxPoints. Tracks of fewer than 6 points give NaN.
+// to kMaxPoints. Tracks of fewer than 6 points give NaN. Safe to call from several
+// threads at once with different output arrays.
 double CalcTrackMSD(const float* x, const float* y, int32_t n, float lag, float* Dk, float* MSD,
                     bool independentPairs);
+// The same with the plain scalar loops, one lag after the other: the reference the
+// vector kernels are checked and timed against.
+double CalcTrackMSDReference(const float* x, const float* y, int32_t n, float lag, float* Dk,
+                             float* MSD, bool independentPairs);
+
+// Which loops CalcTrackMSD and FindIntensityDrop run. All give the same results bit for
+// bit; the fastest the processor has is chosen at start.
+enum class KernelSet { Reference, Sse2, Avx2 };
+// False (and nothing changed) when the processor lacks the set.
+bool SelectKernels(KernelSet set);
+KernelSet ActiveKernels();
 
 // Average velocity over steps of `velocityStep` frames (0 when no step fits).
 double CalcTrackVelocity(const SpotRec& track, const Settings& settings, const PairRules& rules);
@@ -26,6 +38,7 @@ float AverageIntensity(const SpotRec& track);
 // Finds the largest intensity drop between two windows of `window` frames and sets
 // StepIndex, IntBefore, IntAfter and STest.
 void FindIntensityDrop(SpotRec& track, int32_t window);
+void FindIntensityDropReference(SpotRec& track, int32_t window);
 
 // Work arrays for CalcTrackMSD, one lag per slot.
 struct MsdScratch {
@@ -36,6 +49,9 @@ struct MsdScratch {
 // AverInt, Dlat, AverVel and the intensity drop, in that order, as on load.
 void ComputeTrackValues(SpotRec& track, const Settings& settings, const PairRules& rules,
                         MsdScratch& scratch);
+// The same with the plain loops only.
+void ComputeTrackValuesReference(SpotRec& track, const Settings& settings, const PairRules& rules,
+                                 MsdScratch& scratch);
 // Dlat and AverVel only, after coordinates or time settings change.
 void RecomputeMobility(SpotRec& track, const Settings& settings, const PairRules& rules,
                        MsdScratch& scratch);

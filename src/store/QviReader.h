@@ -29,6 +29,8 @@ class QviReader {
   bool Open(const std::string& path);
   // Decided once per file by the bytes of its first word.
   QviLayout Layout() const { return layout_; }
+  // Bytes of the file consumed so far (for progress reports).
+  int64_t Offset() const;
 
   // Appends the file's tracks at store.NSpots. `trackRead` runs for each track once
   // its frames are in, before it is counted (the per-track values are computed there).

@@ -130,7 +130,8 @@ TEST(EditCleaning, RemoveEndsShiftsAndRefits) {
   TMainForm form(platform);
   // After the ends go: X 0..5 (6 points): Dlat = MSD[2] / (8 lag) = 4 / 0.24; velocity over
   // 3 frames from i = 0 and 1 only: 3 / 0.09.
-  SpotRec& t = AddEditTrack(form, 4, {9, 0, 1, 2, 3, 4, 5, -9}, {}, {0, 10, 10, 10, 10, 10, 10, 100});
+  SpotRec& t =
+      AddEditTrack(form, 4, {9, 0, 1, 2, 3, 4, 5, -9}, {}, {0, 10, 10, 10, 10, 10, 10, 100});
   EXPECT_EQ(t.AverInt, 20.0f);
   SpotRec& one = AddEditTrack(form, 0, {1});
   SpotRec& none = AddEditTrack(form, 0, {});

@@ -1,0 +1,337 @@
+// kinetra-bench: the fast paths against the plain reference paths, on simulated data, in
+// one run. Each case runs both paths on the same input, times them and checks that they
+// leave identical results; one line per case:
+//   case, reference ms, fast ms, speed-up, identical=yes|no
+// The exit code is 1 when any case differs.
+//
+//   kinetra-bench            full sizes (100,000 x 200 and 2,000 x 5,000 points)
+//   kinetra-bench --short    small sizes with the same checks (for CI)
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <unistd.h>
+
+#include "app/MainForm.h"
+#include "sim/SimOutput.h"
+#include "sim/Simulator.h"
+#include "stats/ParallelValues.h"
+#include "stats/ThreadPool.h"
+#include "stats/TrackValues.h"
+#include "store/QviReader.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+enum class Path { Reference, Fast };
+
+// Everything the program says goes nowhere: the bench only looks at the results.
+class QuietPlatform : public Platform {
+ public:
+  void ShowMessage(const std::string&) override {}
+  std::optional<std::string> InputQuery(const std::string&, const std::string&,
+                                        const std::string&) override {
+    return std::nullopt;
+  }
+  std::vector<std::string> OpenFileDialog(const FileDialog&) override { return {}; }
+  std::optional<std::string> SaveFileDialog(const FileDialog&) override { return std::nullopt; }
+  std::optional<std::string> SavePictureDialog(const FileDialog&) override { return std::nullopt; }
+  bool PrintDialog() override { return false; }
+  void PrintBitmap(const Bitmap&, int) override {}
+  void Beep() override {}
+  void Repaint() override {}
+  void SetCaption(const std::string&) override {}
+  void SetStatusText(const std::string&) override {}
+  void ShowViewer() override {}
+  void CloseViewer() override {}
+  void CloseMainWindow() override {}
+  void ShowGraphDialog(TQVgraphDlgForm&) override {}
+};
+
+// The results a path leaves, as bytes: two paths agree when their snapshots are equal.
+class Snapshot {
+ public:
+  template <typename T>
+  void Add(const T& value) {
+    bytes_.append(reinterpret_cast<const char*>(&value), sizeof value);
+  }
+  void Add(const std::string& text) {
+    Add(text.size());
+    bytes_ += text;
+  }
+  void AddFloats(const float* values, size_t count) {
+    bytes_.append(reinterpret_cast<const char*>(values), count * sizeof(float));
+  }
+  bool operator==(const Snapshot& other) const { return bytes_ == other.bytes_; }
+
+ private:
+  std::string bytes_;
+};
+
+// Per-track values and what the reader set, of every record it filled.
+Snapshot TrackSnapshot(const TrackStore& store, int32_t records) {
+  Snapshot s;
+  s.Add(store.NSpots);
+  for (int32_t i = 0; i < records; ++i) {
+    const SpotRec& t = store[i];
+    s.Add(t.Dlat);
+    s.Add(t.AverVel);
+    s.Add(t.STest);
+    s.Add(t.AverInt);
+    s.Add(t.IntBefore);
+    s.Add(t.IntAfter);
+    s.Add(t.StepIndex);
+    s.Add(t.NPoints);
+    s.Add(t.SecondHalf);
+    s.Add(t.Valid);
+  }
+  return s;
+}
+
+// Both panels: rows, extent, notes and titles, plus the selection.
+Snapshot PanelSnapshot(const TMainForm& form) {
+  Snapshot s;
+  for (const TQVgraph* graph : {&form.LeftGraph, &form.RightGraph}) {
+    s.AddFloats(graph->Data, static_cast<size_t>(kPanelRows) * kPanelStride);
+    s.Add(graph->DataFirst);
+    s.Add(graph->DataEnd);
+    for (const std::string& note : graph->Notes) s.Add(note);
+    s.Add(graph->XTitle);
+    s.Add(graph->Y0Title);
+  }
+  s.Add(form.Spots.NSelected);
+  s.Add(form.StatusText);
+  s.Add(form.Results.AverDlat);
+  s.Add(form.Results.DlatSD);
+  s.Add(form.Results.AverInstVel);
+  return s;
+}
+
+struct Timing {
+  double ms = 0;
+  Snapshot result;
+  bool repeatable = true;  // every run of the path left the same result
+};
+
+// One case: `run` is timed, everything else is not. The best of `repeats` runs counts
+// (a reference run that takes long runs once).
+struct Case {
+  std::string name;
+  std::function<void(Path)> prepare;  // before each run
+  std::function<void(Path)> run;
+  std::function<Snapshot()> result;   // after each run
+  int repeats = 3;
+};
+
+Timing Measure(const Case& c, Path path) {
+  Timing best;
+  for (int r = 0; r < c.repeats; ++r) {
+    if (c.prepare) c.prepare(path);
+    const auto start = Clock::now();
+    c.run(path);
+    const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    Snapshot result = c.result();
+    if (r == 0 || ms < best.ms) best.ms = ms;
+    if (r == 0) best.result = std::move(result);
+    else if (!(result == best.result)) best.repeatable = false;
+    if (path == Path::Reference && ms > 3000) break;
+  }
+  return best;
+}
+
+bool Report(const Case& c) {
+  const Timing reference = Measure(c, Path::Reference);
+  const Timing fast = Measure(c, Path::Fast);
+  const bool identical = reference.repeatable && fast.repeatable && reference.result == fast.result;
+  std::printf("%s, %.1f, %.1f, %.2fx, identical=%s\n", c.name.c_str(), reference.ms, fast.ms,
+              fast.ms > 0 ? reference.ms / fast.ms : 0.0, identical ? "yes" : "no");
+  std::fflush(stdout);
+  return identical;
+}
+
+// --- the paths
+
+// The best kernels this processor has (chosen before anything switches them).
+KernelSet kFastKernels = KernelSet::Sse2;
+
+// The switch between the plain loops and the fast ones for everything UpdateAnalysis
+// runs. A fast path added to the analyses is switched here, and every UpdateAnalysis
+// case below measures it against the plain one.
+void UseAnalysisPath(TMainForm& /*form*/, Path path) {
+  SelectKernels(path == Path::Reference ? KernelSet::Reference : kFastKernels);
+}
+
+// Reading a file into a store with its per-track values, as "Open New File(s)" does
+// before it recomputes the panels.
+struct LoadBench {
+  std::string path;
+  std::unique_ptr<TrackStore> store;
+  Settings settings;
+  PairRules rules;
+  std::unique_ptr<MsdScratch> scratch = std::make_unique<MsdScratch>();
+
+  void Prepare() {
+    store.reset();  // the previous run's frames go first
+    store = std::make_unique<TrackStore>();
+    if (!store->Allocate()) {
+      std::fprintf(stderr, "kinetra-bench: out of memory\n");
+      std::exit(2);
+    }
+  }
+  void Run(Path p) {
+    QviReader reader;
+    if (!reader.Open(path)) {
+      std::fprintf(stderr, "kinetra-bench: cannot read %s\n", path.c_str());
+      std::exit(2);
+    }
+    if (p == Path::Reference)
+      ReadTracksReference(reader, *store, settings, rules, *scratch);
+    else
+      ReadTracksParallel(reader, *store, settings, rules, ThreadPool::Shared(), *scratch);
+  }
+  Snapshot Result() const { return TrackSnapshot(*store, store->NSpots); }
+};
+
+// The plain read of the whole file into memory that loading is held against.
+double ReadIntoMemoryMs(const std::string& path, int repeats) {
+  double best = 0;
+  for (int r = 0; r < repeats; ++r) {
+    const auto start = Clock::now();
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (!file) return 0;
+    std::fseek(file, 0, SEEK_END);
+    const long size = std::ftell(file);
+    std::rewind(file);
+    std::unique_ptr<char[]> bytes(new char[static_cast<size_t>(size > 0 ? size : 1)]);
+    const size_t got = std::fread(bytes.get(), 1, static_cast<size_t>(size), file);
+    std::fclose(file);
+    const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    if (got != static_cast<size_t>(size)) return 0;
+    if (r == 0 || ms < best) best = ms;
+  }
+  return best;
+}
+
+std::string WritePopulation(const std::filesystem::path& dir, int32_t tracks, int32_t points,
+                            uint64_t seed) {
+  PopulationPlan plan;
+  plan.seed = seed;
+  plan.tracks = tracks;
+  plan.points = points;
+  plan.directedFraction = 0.3;
+  plan.bleachFraction = 0.3;
+  plan.localisationNoise = 0.01;
+  plan.fieldSize = 400;
+  const std::string path =
+      (dir / ("bench-" + std::to_string(tracks) + "x" + std::to_string(points) + ".qvi")).string();
+  if (!WriteSimulatedQvi(path, MakePopulation(plan))) {
+    std::fprintf(stderr, "kinetra-bench: cannot write %s\n", path.c_str());
+    std::exit(2);
+  }
+  return path;
+}
+
+std::string Size(int32_t tracks, int32_t points) {
+  return std::to_string(tracks) + " x " + std::to_string(points);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  bool shortMode = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--short") {
+      shortMode = true;
+    } else {
+      std::fprintf(stderr, "usage: kinetra-bench [--short]\n");
+      return 2;
+    }
+  }
+  kFastKernels = ActiveKernels();
+  const int32_t manyTracks = shortMode ? 4000 : 100000, manyPoints = 200;
+  const int32_t longTracks = shortMode ? 20 : 2000, longPoints = 5000;
+
+  const std::filesystem::path dir = std::filesystem::temp_directory_path() /
+                                    ("kinetra-bench-" + std::to_string(getpid()));
+  std::filesystem::create_directories(dir);
+  const std::string manyFile = WritePopulation(dir, manyTracks, manyPoints, 7);
+  const std::string longFile = WritePopulation(dir, longTracks, longPoints, 8);
+
+  std::printf("# kinetra-bench%s: %u worker threads, %s kernels\n", shortMode ? " --short" : "",
+              ThreadPool::Shared().Slots(), kFastKernels == KernelSet::Avx2 ? "AVX2" : "SSE2");
+  std::printf("# case, reference ms, fast ms, speed-up, identical\n");
+  bool allIdentical = true;
+
+  // Loads: the file is read once beforehand, so both paths find it in the page cache.
+  const double readMs = ReadIntoMemoryMs(manyFile, 3);
+  double manyFastMs = 0;
+  for (const auto& [file, tracks, points] :
+       {std::tuple{manyFile, manyTracks, manyPoints}, std::tuple{longFile, longTracks, longPoints}}) {
+    LoadBench load;
+    load.path = file;
+    Case c{"load " + Size(tracks, points), [&](Path) { load.Prepare(); },
+           [&](Path p) { load.Run(p); }, [&] { return load.Result(); }};
+    const Timing reference = Measure(c, Path::Reference);
+    const Timing fast = Measure(c, Path::Fast);
+    const bool identical =
+        reference.repeatable && fast.repeatable && reference.result == fast.result;
+    allIdentical &= identical;
+    std::printf("%s, %.1f, %.1f, %.2fx, identical=%s\n", c.name.c_str(), reference.ms, fast.ms,
+                fast.ms > 0 ? reference.ms / fast.ms : 0.0, identical ? "yes" : "no");
+    std::fflush(stdout);
+    if (file == manyFile) manyFastMs = fast.ms;
+  }
+  std::printf("# read %s file into memory (fread): %.1f ms; fast load takes %.2fx that\n",
+              Size(manyTracks, manyPoints).c_str(), readMs, readMs > 0 ? manyFastMs / readMs : 0.0);
+  std::fflush(stdout);
+
+  // The recomputation pass on the first store.
+  {
+    QuietPlatform platform;
+    TMainForm form(platform);
+    if (!form.Ready()) return 2;
+    form.LoadQVIFile(manyFile, true);
+    const Case update{"UpdateAnalysis default panels " + Size(manyTracks, manyPoints),
+                      [&](Path p) { UseAnalysisPath(form, p); },
+                      [&](Path) { form.UpdateAnalysis(); },
+                      [&] { return PanelSnapshot(form); }};
+    allIdentical &= Report(update);
+
+    // The right arrow raises IntThresh by one; the left arrow (untimed) takes it back.
+    constexpr int kRightArrow = 39, kLeftArrow = 37;
+    const Case key{"threshold key press " + Size(manyTracks, manyPoints),
+                   [&](Path p) { UseAnalysisPath(form, p); },
+                   [&](Path) { form.KeyDown(kRightArrow); },
+                   [&] {
+                     Snapshot s = PanelSnapshot(form);
+                     form.KeyDown(kLeftArrow);
+                     return s;
+                   }};
+    allIdentical &= Report(key);
+
+    form.ChoosePanel("L_ShowInstantVel");
+    form.ChoosePanel("R_DistanceToNeighbDistrib");
+    Case panels{"instant-velocity and neighbour panels " + Size(manyTracks, manyPoints),
+                [&](Path p) { UseAnalysisPath(form, p); },
+                [&](Path) { form.UpdateAnalysis(); },
+                [&] { return PanelSnapshot(form); }};
+    panels.repeats = shortMode ? 3 : 1;
+    allIdentical &= Report(panels);
+    SelectKernels(kFastKernels);
+  }
+
+  std::error_code ignored;
+  std::filesystem::remove_all(dir, ignored);
+  return allIdentical ? 0 : 1;
+}

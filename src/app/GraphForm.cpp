@@ -1,0 +1,592 @@
+// The single-track viewer: set-up, menus, keys, mouse, trims, text export, timer.
+#include "app/GraphForm.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <new>
+
+#include "app/MainForm.h"
+#include "edit/Drift.h"
+#include "plot/Canvas.h"
+#include "stats/Histogram.h"
+#include "store/Numbers.h"
+
+namespace {
+
+constexpr TColor kYellow = 0x00FFFF;
+constexpr TColor kGrey = 0x808080;
+
+// Pixels a press must travel before its release counts as a dragged range.
+constexpr int kMinDrag = 3;
+// The replay takes at most this many timer ticks, however long the track.
+constexpr int32_t kReplayTicks = 200;
+
+const FileDialog kTextSaveDialog{"Save Distributions as TXT", "Data as TXT (for Excel) |*.txt",
+                                 "txt", false, true};
+
+struct ViewItem {
+  const char* item;
+  const char* name;
+};
+const ViewItem kViews[] = {
+    {"IntensityXY", ViewName::IntXY},      {"Show_MSD_dT", ViewName::MsdDt},
+    {"ShowDistAutoCorr", ViewName::AutoCorr}, {"ShowXverYgraph", ViewName::XverY},
+    {"ShowYverIntens", ViewName::YverInt}, {"ShowDrift", ViewName::Drift},
+};
+
+std::vector<MenuItem> ViewerMenuItems() {
+  std::vector<MenuItem> items;
+  auto menu = [&](const char* name, const char* caption, const char* parent = "") {
+    MenuItem m;
+    m.name = name;
+    m.caption = caption;
+    m.parent = parent;
+    m.isMenu = true;
+    items.push_back(m);
+  };
+  auto command = [&](const char* parent, const char* name, const char* caption,
+                     const char* shortcut = "") {
+    MenuItem m;
+    m.name = name;
+    m.caption = caption;
+    m.parent = parent;
+    m.shortcut = shortcut;
+    items.push_back(m);
+  };
+  auto toggle = [&](const char* parent, const char* name, const char* caption, bool checked) {
+    MenuItem m;
+    m.name = name;
+    m.caption = caption;
+    m.parent = parent;
+    m.checkable = true;
+    m.checked = checked;
+    items.push_back(m);
+  };
+
+  menu("File", "File");
+  command("File", "SaveAsTXT", "Save Data as TXT");
+  command("File", "RemoveEnds", "Remove Unselected Ends");
+  items.back().enabled = false;
+  command("File", "PrintGraph", "Print Graph", "Ctrl+P");
+  menu("Settings", "Settings");
+  command("Settings", "SetGraph", "Graph Settings");
+  toggle("Settings", "AutoYscale", "Autoscale  Y axis", true);
+  toggle("Settings", "UseRelativeXY", "Use Relative XY coor.", true);
+  toggle("Settings", "DynamicXY", "DynamicXY", false);
+  menu("Show", "Show");
+  const char* captions[] = {"Intensity+XY", "MSD-dT",         "DistAutoCorr",
+                            "Show X ver Y", "Show Int ver Y", "Show Drift"};
+  for (size_t i = 0; i < std::size(kViews); ++i) {
+    toggle("Show", kViews[i].item, captions[i], i == 0);
+    items.back().group = kViewerShowGroup;
+  }
+  command("Show", "ShowVelocity", "ShowVelocity");
+  menu("Popup", "", "Popup");
+  command("Popup", "GraphSettings", "Graph Settings", "Ctrl+Q");
+  command("Popup", "SaveDataAsTXT", "Save Data as TXT");
+  command("Popup", "RemoveEndsM", "Remove Ends");
+  command("Popup", "RemoveFirstVal", "RemoveFirstVal", "Ctrl+F");
+  command("Popup", "RemoveEndVal", "RemoveEndVal", "Ctrl+E");
+  return items;
+}
+
+std::string Truncated(double value, double scale, double step) {
+  return FormatReal(TruncateTo(value, scale, step));
+}
+
+}  // namespace
+
+std::string ViewerNumber(float value) { return FormatG(value, 6); }
+
+TGraphForm::TGraphForm(TMainForm& main) : Menu(ViewerMenuItems()), main_(main) {
+  Data.reset(new (std::nothrow) float[static_cast<size_t>(kViewerRows) * kViewerStride]());
+  pairCounts_.reset(new (std::nothrow) double[kHistogramBins]());
+  Graph.XTitle = "Time (s)";
+  Graph.Y0Title = "Intesity (counts/pix)";
+  Graph.PanelColor = kYellow;
+  Graph.DataFirst = 0;
+  Graph.DataEnd = 0;
+  Graph.CheckMark = false;
+  Graph.Data = Data.get();
+  Graph.Stride = kViewerStride;
+  Graph.DataRows = kViewerRows;
+  Graph.SeriesCount = 6;
+  Graph.HasData = Ready();
+  Graph.OnBeep = [this] { main_.platform().Beep(); };
+  struct Look {
+    TColor color;
+    int style;
+    int size;
+  };
+  const Look looks[6] = {{Colors::Red, LineCircle, 6},   {Colors::Blue, LineCircle, 4},
+                         {Colors::Green, LineCircle, 6}, {Colors::Black, Line, 4},
+                         {Colors::White, Marks, 4},      {kGrey, LineCircle, 6}};
+  for (int k = 1; k <= 6; ++k) {
+    SeriesRec& s = Graph.Series[k];
+    s.Color = looks[k - 1].color;
+    s.Style = looks[k - 1].style;
+    s.SymbolSize = looks[k - 1].size;
+    s.PenWidth = 2;
+  }
+  Graph.Series[2].BaseSeries = 1;
+  Graph.Series[3].RightAxis = true;
+  Graph.SetBitmapSize(kViewerWidth, kViewerHeight);
+}
+
+TGraphForm::~TGraphForm() = default;
+
+// --- small helpers
+
+void TGraphForm::Repaint() {
+  if (OnRepaint) OnRepaint();
+}
+
+void TGraphForm::SetStatus(const std::string& text) {
+  StatusText = text;
+  if (OnStatus) OnStatus(text);
+}
+
+void TGraphForm::SetTimer(bool enabled) {
+  if (TimerEnabled == enabled) return;
+  TimerEnabled = enabled;
+  if (OnTimer) OnTimer(enabled);
+}
+
+SpotRec* TGraphForm::ShownTrack() {
+  if (!main_.Ready() || SpotIndex < 0 || SpotIndex >= main_.Spots.NSpots) return nullptr;
+  return &main_.Spots[SpotIndex];
+}
+
+int32_t TGraphForm::ShownPoints() const {
+  if (!main_.Ready() || SpotIndex < 0 || SpotIndex >= main_.Spots.NSpots) return 0;
+  const SpotRec& t = main_.Spots[SpotIndex];
+  const int32_t n = std::min({t.NPoints, kMaxPoints, t.X.size(), t.Y.size(), t.Int.size()});
+  return std::max(n, 0);
+}
+
+void TGraphForm::ClampIndexes() {
+  const int32_t n = ShownPoints();
+  LastIndex = std::clamp(LastIndex, 0, std::max(n - 1, 0));
+  FirstIndex = std::clamp(FirstIndex, 0, LastIndex);
+  ReplayIndex = std::clamp(ReplayIndex, FirstIndex, LastIndex);
+}
+
+bool TGraphForm::ZoomedIn() const {
+  const int32_t n = ShownPoints();
+  return n > 0 && (FirstIndex > 0 || LastIndex < n - 1);
+}
+
+double TGraphForm::LagUnit() const { return main_.S.dT * main_.S.TimeScale; }
+
+std::string TGraphForm::TimeUnit() const { return main_.TimeUnit; }
+
+float TGraphForm::TimeOf(const SpotRec& track, int32_t k) const {
+  return static_cast<float>((static_cast<double>(track.FirstFrame) + k) * LagUnit());
+}
+
+// Stored positions are relative to the header position unless the file held absolute
+// ones; "Use Relative XY coor." measures from the first shown point instead.
+float TGraphForm::XOf(const SpotRec& track, int32_t k) const {
+  if (Menu.Checked("UseRelativeXY")) return track.X[k] - track.X[FirstIndex];
+  return main_.Format2016 ? track.X[k] : static_cast<float>(track.PosX * 0.1 + track.X[k]);
+}
+
+float TGraphForm::YOf(const SpotRec& track, int32_t k) const {
+  if (Menu.Checked("UseRelativeXY")) return track.Y[k] - track.Y[FirstIndex];
+  return main_.Format2016 ? track.Y[k] : static_cast<float>(track.PosY * 0.1 + track.Y[k]);
+}
+
+double TGraphForm::XValueAt(int x) const {
+  if (!(Graph.XScale != 0) || !std::isfinite(Graph.XScale)) return Graph.FirstXval;
+  return (x + Graph.XOffset()) / Graph.XScale;
+}
+
+// --- taking over tracks
+
+void TGraphForm::ResetDisplayFlags() {
+  FusedView = false;
+  FusedPartner = -1;
+  FirstIndex = 0;
+  LastIndex = std::max(ShownPoints() - 1, 0);
+}
+
+void TGraphForm::ShowSpot(int32_t index) {
+  if (!main_.Ready() || index < 0 || index >= main_.Spots.NSpots) return;
+  SpotIndex = index;
+  FirstIndex = 0;
+  LastIndex = std::max(ShownPoints() - 1, 0);
+  ReplayIndex = 0;
+  DrawTrack();
+  SetStatus(TrackStatusLine(index));
+}
+
+bool TGraphForm::ShowFusedTracks() {
+  const int32_t count = main_.Ready() ? main_.Spots.NSpots : 0;
+  const int32_t start = std::clamp(main_.CurSpot, 0, std::max(count - 1, 0));
+  for (int32_t step = 0; step < count; ++step) {
+    const int32_t i = (start + step) % count;
+    const SpotRec& t = main_.Spots[i];
+    const int32_t k = t.Partner;
+    if (!t.Selected || k < 0 || k >= count || k == i || main_.Spots[k].Partner != i) continue;
+    // The searching member carries the joint stretch; the view is built around it.
+    const bool partnerSearched = t.SegLen[0] <= 0 && main_.Spots[k].SegLen[0] > 0;
+    SpotIndex = partnerSearched ? k : i;
+    FusedPartner = partnerSearched ? i : k;
+    FusedView = true;
+    FirstIndex = 0;
+    LastIndex = std::max(ShownPoints() - 1, 0);
+    DrawTrack();
+    SetStatus(TrackStatusLine(SpotIndex));
+    return true;
+  }
+  main_.platform().ShowMessage("No dual tracks selected");
+  return false;
+}
+
+double TGraphForm::MaxDistance(const SpotRec& track) {
+  const int32_t n = std::max(std::min({track.NPoints, track.X.size(), track.Y.size()}), 0);
+  double best = 0;
+  for (int32_t k = 1; k < n; ++k) {
+    const float dx = track.X[k] - track.X[0];
+    const float dy = track.Y[k] - track.Y[0];
+    const double d = std::sqrt(static_cast<double>(dx * dx + dy * dy));
+    // A NaN coordinate makes the whole reach unknown.
+    if (std::isnan(d)) return d;
+    best = std::max(best, d);
+  }
+  return best;
+}
+
+bool TGraphForm::GoodTrack(const SpotRec& track, const Settings& settings) {
+  // Six points are the fewest that give a Dlat (two lags past the first).
+  const int32_t needed = std::max(settings.MinNumDataPoints, 6);
+  return track.Valid == 1 && track.NPoints >= needed && std::isfinite(track.Dlat) &&
+         track.Dlat >= 0 && std::isfinite(MaxDistance(track));
+}
+
+std::string TGraphForm::TrackStatusLine(int32_t index) const {
+  if (!main_.Ready() || index < 0 || index >= main_.Spots.NSpots) return {};
+  const SpotRec& t = main_.Spots[index];
+  return "Vel=" + Truncated(t.AverVel, 1000, 0.001) + " µm/s, SpotNum=" + std::to_string(index) +
+         ", Dlat=" + Truncated(t.Dlat, 1000, 0.001) + "µm2/s, Stest=" +
+         Truncated(t.STest, 100, 0.01) + ", maxDist=" + Truncated(MaxDistance(t), 1000, 0.001) +
+         (GoodTrack(t, main_.S) ? " ,GOOD" : " ,BAD") + " dualInd=" + std::to_string(t.Partner);
+}
+
+// --- window events
+
+void TGraphForm::KeyDown(int key) {
+  switch (key) {
+    case ViewerKey::PageUp: main_.NextSpotClick(); return;
+    case ViewerKey::PageDown: main_.PrevSpotClick(); return;
+    case ViewerKey::Add:
+    case ViewerKey::Subtract: {
+      // The symbol size of the main series, within what the settings dialog accepts.
+      int& size = Graph.Series[1].SymbolSize;
+      const int changed = size + (key == ViewerKey::Add ? 5 : -5);
+      if (changed < 1 || changed > 50) {
+        main_.platform().Beep();
+        return;
+      }
+      size = changed;
+      Repaint();
+      return;
+    }
+    default: break;
+  }
+  if (ShownPoints() == 0) return;
+  // Left/Right move the first shown point, Down/Up the last; at least two stay shown.
+  switch (key) {
+    case ViewerKey::Left: FirstIndex = std::max(FirstIndex - 1, 0); break;
+    case ViewerKey::Right: FirstIndex = std::min(FirstIndex + 1, std::max(LastIndex - 1, 0)); break;
+    case ViewerKey::Down: LastIndex = std::max(LastIndex - 1, std::min(FirstIndex + 1, LastIndex)); break;
+    case ViewerKey::Up: LastIndex = std::min(LastIndex + 1, ShownPoints() - 1); break;
+    default: return;
+  }
+  DrawTrack();
+}
+
+void TGraphForm::MouseMove(int x, int y) {
+  if (!Graph.PickValues(x, y)) {
+    SetStatus(TrackStatusLine(SpotIndex));
+    return;
+  }
+  std::string text = "Time=" + ViewerNumber(Graph.CursorValues[0]);
+  const int count = std::clamp(Graph.SeriesCount, 0, kMaxSeries);
+  for (int k = 1; k <= count; ++k)
+    if (Graph.Series[k].Show) text += ", " + ViewerNumber(Graph.CursorValues[k]);
+  SetStatus(text);
+}
+
+void TGraphForm::MouseDown(int x, int /*y*/) { dragStartX_ = x; }
+
+// A dragged range of a time view zooms to the points inside it; a plain click shows the
+// whole track again.
+void TGraphForm::MouseUp(int x, int /*y*/) {
+  const int start = dragStartX_;
+  dragStartX_ = -1;
+  const SpotRec* track = ShownTrack();
+  const bool timeView = FusedView || ShowName == ViewName::IntXY || ShowName == ViewName::Drift;
+  if (start < 0 || !track || !timeView) return;
+  const int32_t n = ShownPoints();
+  if (std::abs(x - start) < kMinDrag) {
+    if (!ZoomedIn()) return;
+    FirstIndex = 0;
+    LastIndex = std::max(n - 1, 0);
+    DrawTrack();
+    return;
+  }
+  const double t1 = XValueAt(std::min(x, start));
+  const double t2 = XValueAt(std::max(x, start));
+  int32_t first = -1, last = -1;
+  for (int32_t k = 0; k < n; ++k) {
+    const double t = TimeOf(*track, k);
+    if (t < t1 || t > t2) continue;
+    if (first < 0) first = k;
+    last = k;
+  }
+  if (first < 0 || last - first < 1) {
+    main_.platform().Beep();
+    return;
+  }
+  FirstIndex = first;
+  LastIndex = last;
+  DrawTrack();
+}
+
+void TGraphForm::FormResize(int clientWidth, int clientHeight, int statusBarHeight) {
+  const int height = std::max(clientHeight - std::max(statusBarHeight, 0), 1);
+  Graph.SetBitmapSize(std::max(clientWidth, 1), height);
+  Repaint();
+}
+
+void TGraphForm::FormPaint(Canvas& windowCanvas) {
+  Graph.TargetCanvas = &windowCanvas;
+  Graph.Paint();
+  Graph.TargetCanvas = nullptr;
+}
+
+void TGraphForm::Render() { Graph.DrawGraph(); }
+
+void TGraphForm::FormClose(bool recompute) {
+  SetTimer(false);
+  if (Menu.Checked("DynamicXY")) Menu.SetChecked("DynamicXY", false);
+  dragStartX_ = -1;
+  if (recompute) main_.UpdateAnalysis();
+}
+
+void TGraphForm::GraphTimerTimer() {
+  if (!TimerEnabled || ShowName != ViewName::XverY || FusedView) return;
+  ClampIndexes();
+  const int32_t shown = LastIndex - FirstIndex + 1;
+  // A path too short to draw stops the replay rather than complain at every tick.
+  if (ShownPoints() == 0 || shown < 3) {
+    SetTimer(false);
+    return;
+  }
+  const int32_t step = std::max<int32_t>(1, shown / kReplayTicks);
+  ReplayIndex = ReplayIndex >= LastIndex ? FirstIndex : std::min(ReplayIndex + step, LastIndex);
+  DrawTrack();
+}
+
+// --- commands
+
+bool TGraphForm::RunCommand(std::string_view name) {
+  struct Entry {
+    const char* name;
+    void (TGraphForm::*handler)();
+  };
+  static const Entry kCommands[] = {
+      {"GraphSettings", &TGraphForm::GraphSettingsClick},
+      {"SetGraph", &TGraphForm::GraphSettingsClick},
+      {"SaveDataAsTXT", &TGraphForm::SaveDataAsTXTClick},
+      {"SaveAsTXT", &TGraphForm::SaveDataAsTXTClick},
+      {"RemoveEndsM", &TGraphForm::RemoveEndsMClick},
+      {"RemoveEnds", &TGraphForm::RemoveEndsClick},
+      {"RemoveFirstVal", &TGraphForm::RemoveFirstValClick},
+      {"RemoveEndVal", &TGraphForm::RemoveEndValClick},
+      {"PrintGraph", &TGraphForm::PrintGraphClick},
+      {"AutoYscale", &TGraphForm::AutoYscaleClick},
+      {"UseRelativeXY", &TGraphForm::UseRelativeXYClick},
+      {"DynamicXY", &TGraphForm::DynamicXYClick},
+      {"ShowVelocity", &TGraphForm::ShowVelocityClick},
+  };
+  for (const Entry& entry : kCommands) {
+    if (name != entry.name) continue;
+    if (Menu.Has(name) && !Menu.Item(name).enabled) return true;
+    (this->*entry.handler)();
+    return true;
+  }
+  for (const ViewItem& view : kViews) {
+    if (name != view.item) continue;
+    ShowViewClick(name);
+    return true;
+  }
+  return false;
+}
+
+void TGraphForm::GraphSettingsClick() {
+  if (!main_.QVgraphDlgForm) return;
+  main_.QVgraphDlgForm->AttachGraph(Graph, [this] { Repaint(); });
+  main_.platform().ShowGraphDialog(*main_.QVgraphDlgForm);
+  Repaint();
+}
+
+void TGraphForm::SaveDataAsTXTClick() {
+  const std::optional<std::string> path = main_.platform().SaveFileDialog(kTextSaveDialog);
+  if (!path) return;
+  std::FILE* file = std::fopen(path->c_str(), "w");
+  if (!file) {
+    main_.platform().ShowMessage("Can not open file to write data");
+    return;
+  }
+  // The header names the time view's columns whatever the view shows.
+  std::string text = "Time Xpos Ypos Velocity\n";
+  const int32_t n = std::min(ShownPoints(), kViewerStride);
+  const int count = std::clamp(Graph.SeriesCount, 0, kViewerRows - 1);
+  for (int32_t i = 0; i < n && Ready(); ++i) {
+    text += FormatG(Row(0)[i], 5);
+    for (int k = 1; k <= count; ++k)
+      if (Graph.Series[k].Show) text += "\t" + FormatG(Row(k)[i], 5);
+    text += "\n";
+  }
+  const bool written = std::fputs(text.c_str(), file) >= 0;
+  if (std::fclose(file) != 0 || !written)
+    main_.platform().ShowMessage("Can not open file to write data");
+}
+
+// Every trim ends the same way: the shown stretch is clipped to the new track, the
+// track is redrawn and the main window recomputes.
+void TGraphForm::Trimmed(bool recomputeMobility) {
+  SpotRec* track = ShownTrack();
+  if (track && recomputeMobility)
+    RecomputeMobility(*track, main_.S, main_.CurrentPairRules(), *main_.Scratch);
+  ClampIndexes();
+  DrawTrack();
+  main_.UpdateAnalysis();
+  // The selection may have changed: the cross and the status line follow it.
+  DrawTrack();
+  SetStatus(TrackStatusLine(SpotIndex));
+}
+
+void TGraphForm::RemoveFirstValClick() {
+  SpotRec* track = ShownTrack();
+  const int32_t n = ShownPoints();
+  if (!track || n - 1 < kMinTrimmedPoints) {
+    main_.platform().Beep();
+    return;
+  }
+  ClampIndexes();
+  // Entry i takes entry i + 1 from the first shown point on; the spare entries past the
+  // end keep the last value readable.
+  for (int32_t i = FirstIndex; i + 1 < n; ++i) {
+    track->Int[i] = track->Int[i + 1];
+    track->X[i] = track->X[i + 1];
+    track->Y[i] = track->Y[i + 1];
+  }
+  track->NPoints = n - 1;
+  LastIndex = std::min(LastIndex, n - 2);
+  Trimmed(false);
+}
+
+void TGraphForm::RemoveEndValClick() {
+  SpotRec* track = ShownTrack();
+  const int32_t n = ShownPoints();
+  if (!track || n - 1 < kMinTrimmedPoints) {
+    main_.platform().Beep();
+    return;
+  }
+  track->NPoints = n - 1;
+  Trimmed(false);
+}
+
+void TGraphForm::RemoveEndsMClick() {
+  SpotRec* track = ShownTrack();
+  const int32_t n = ShownPoints();
+  if (!track || n - 2 < kMinTrimmedPoints) {
+    main_.platform().Beep();
+    return;
+  }
+  for (int32_t i = 0; i + 2 < n; ++i) {
+    track->Int[i] = track->Int[i + 1];
+    track->X[i] = track->X[i + 1];
+    track->Y[i] = track->Y[i + 1];
+  }
+  track->NPoints = n - 2;
+  track->FirstFrame = track->FirstFrame < INT32_MAX ? track->FirstFrame + 1 : INT32_MAX;
+  FirstIndex = std::max(FirstIndex - 1, 0);
+  LastIndex = std::max(LastIndex - 1, 0);
+  Trimmed(true);
+}
+
+void TGraphForm::RemoveEndsClick() {
+  SpotRec* track = ShownTrack();
+  ClampIndexes();
+  const int32_t kept = LastIndex - FirstIndex + 1;
+  if (!track || !ZoomedIn() || kept < kMinTrimmedPoints) {
+    main_.platform().Beep();
+    return;
+  }
+  for (int32_t i = 0; i < kept; ++i) {
+    track->Int[i] = track->Int[FirstIndex + i];
+    track->X[i] = track->X[FirstIndex + i];
+    track->Y[i] = track->Y[FirstIndex + i];
+  }
+  track->NPoints = kept;
+  const int64_t firstFrame = int64_t{track->FirstFrame} + FirstIndex;
+  track->FirstFrame = static_cast<int32_t>(std::min<int64_t>(firstFrame, INT32_MAX));
+  FirstIndex = 0;
+  LastIndex = kept - 1;
+  // The kept stretch is a new track: its mean intensity and drop as well as its mobility.
+  track->AverInt = AverageIntensity(*track);
+  FindIntensityDrop(*track, main_.S.IntDropWindow);
+  Trimmed(true);
+}
+
+void TGraphForm::PrintGraphClick() {
+  Render();
+  if (Graph.Bitmap) main_.PrintBitmap(*Graph.Bitmap);
+}
+
+void TGraphForm::AutoYscaleClick() {
+  Menu.Toggle("AutoYscale");
+  DrawTrack();
+}
+
+void TGraphForm::UseRelativeXYClick() {
+  Menu.Toggle("UseRelativeXY");
+  DrawTrack();
+}
+
+void TGraphForm::DynamicXYClick() {
+  Menu.Toggle("DynamicXY");
+  const bool on = Menu.Checked("DynamicXY");
+  if (on) {
+    // The replay draws the path: the X/Y view, from the first shown point.
+    FusedView = false;
+    Menu.SetChecked("ShowXverYgraph", true);
+    ShowName = ViewName::XverY;
+    ReplayIndex = FirstIndex;
+  }
+  SetTimer(on);
+  DrawTrack();
+}
+
+void TGraphForm::ShowViewClick(std::string_view item) {
+  for (const ViewItem& view : kViews) {
+    if (item != view.item) continue;
+    Menu.SetChecked(item, true);
+    ShowName = view.name;
+    FusedView = false;
+    DrawTrack();
+    return;
+  }
+}
+
+void TGraphForm::ShowVelocityClick() {
+  VelocityShown = !VelocityShown;
+  // The caption offers the other quantity.
+  Menu.SetCaption("ShowVelocity", VelocityShown ? "ShowIntensity" : "ShowVelocity");
+  DrawTrack();
+}

@@ -1,0 +1,262 @@
+#include "edit/DualTracks.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include "edit/TrackPoints.h"
+#include "store/Numbers.h"
+
+namespace {
+
+// Slots of the stretch table the pairing may fill (the sixth stays empty).
+constexpr int kPairSlots = 5;
+
+int32_t Saturate(int64_t value) {
+  return static_cast<int32_t>(std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(),
+                                                  std::numeric_limits<int32_t>::max()));
+}
+
+bool HasPartner(const TrackStore& store, const SpotRec& track) {
+  return track.Partner >= 0 && track.Partner < store.NSpots;
+}
+
+double AbsoluteX(const SpotRec& t, int32_t j, bool format2016) {
+  return format2016 ? static_cast<double>(t.X[j]) : t.PosX * 0.1 + t.X[j];
+}
+
+double AbsoluteY(const SpotRec& t, int32_t j, bool format2016) {
+  return format2016 ? static_cast<double>(t.Y[j]) : t.PosY * 0.1 + t.Y[j];
+}
+
+void ClearPairing(SpotRec& t) {
+  std::fill(t.SegStart, t.SegStart + kMaxSegments, 0);
+  std::fill(t.SegLen, t.SegLen + kMaxSegments, 0);
+  t.TimeToBind = 0;
+  t.FramesBefore = 0;
+  t.FramesAfter = 0;
+}
+
+// trunc(value x scale) x step in the shared real format. The integer part carries no sign
+// of its own, so a small negative value writes "0", not "-0".
+std::string Truncated(double value, double scale, double step) {
+  return FormatReal((std::trunc(value * scale) + 0.0) * step);
+}
+
+// The whole text in one write, in text mode; false when any part of it fails.
+bool WriteText(std::FILE* file, const std::string& text) {
+  const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+  return std::fclose(file) == 0 && written;
+}
+
+}  // namespace
+
+int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2016) {
+  const int32_t count = store.NSpots;
+  const int32_t minRun = settings.MinNumDataPoints;
+  for (int32_t i = 0; i < count; ++i) store[i].Partner = -1;
+
+  int32_t pairs = 0;
+  for (int32_t i = 0; i < count; ++i) {
+    SpotRec& ti = store[i];
+    ClearPairing(ti);
+    if (ti.Partner >= 0 || !ti.Selected) continue;
+    const int32_t ni = UsablePoints(ti);
+
+    int32_t partner = -1;
+    int64_t offset = 0;
+    int32_t run = 0, slots = 0, lastClose = 0;
+    for (int32_t k = 0; k < count; ++k) {
+      const SpotRec& tk = store[k];
+      if (tk.Partner >= 0 || !tk.Selected || k == i) continue;
+      offset = int64_t{tk.FirstFrame} - ti.FirstFrame;
+      run = 0;
+      slots = 0;
+      // Only the frames both tracks cover: the others neither extend nor end a run.
+      const int64_t from = std::max<int64_t>(0, offset);
+      const int64_t to = std::min<int64_t>(ni, offset + UsablePoints(tk));
+      for (int64_t j = from; j < to; ++j) {
+        const int32_t ji = static_cast<int32_t>(j);
+        const int32_t jk = static_cast<int32_t>(j - offset);
+        const double dx = AbsoluteX(ti, ji, format2016) - AbsoluteX(tk, jk, format2016);
+        const double dy = AbsoluteY(ti, ji, format2016) - AbsoluteY(tk, jk, format2016);
+        const double d = std::sqrt(dx * dx + dy * dy);
+        if (d < settings.CriticalDistance && ti.SegLen[0] == 0) {
+          ++run;
+          lastClose = ji;
+          continue;
+        }
+        if (run >= minRun && slots < kPairSlots) {
+          ti.SegLen[slots] = run;
+          ti.SegStart[slots] = ji - run;
+          ++slots;
+          ti.PairOffset = Saturate(offset);
+        }
+        run = 0;
+      }
+      if (run < minRun && ti.SegLen[0] <= 0) continue;
+      partner = k;
+      break;
+    }
+    if (partner < 0) continue;
+
+    // A run still open at the end of the overlap starts one index early; kept as it is,
+    // the exports and the cut depend on it.
+    if (run >= minRun && slots < kPairSlots) {
+      ti.SegLen[slots] = run;
+      ti.SegStart[slots] = lastClose - run;
+    }
+    SpotRec& tk = store[partner];
+    ti.Partner = partner;
+    tk.Partner = i;
+
+    const int64_t start = ti.SegStart[0];
+    const int64_t before = offset < 0 ? start : start - offset;
+    int64_t after = ni - (start + ti.SegLen[0]) - 1;
+    const int64_t endI = int64_t{ti.FirstFrame} + ni;
+    const int64_t endK = int64_t{tk.FirstFrame} + UsablePoints(tk);
+    if (endI > endK) after -= endI - endK;
+    ti.FramesBefore = Saturate(before);
+    ti.FramesAfter = Saturate(after);
+    ti.TimeToBind = Saturate((offset < 0 ? -offset : offset) / 2 + before);
+    ++pairs;
+  }
+
+  for (int32_t i = 0; i < count; ++i)
+    if (store[i].Partner < 0) store[i].Valid = 0;
+  return pairs;
+}
+
+void LeaveDualsPartsOnly(TrackStore& store) {
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    SpotRec& t = store[i];
+    if (t.SegLen[0] == 0) {
+      t.Valid = 0;
+      continue;
+    }
+    // A stale or early-starting stretch may reach outside the points the track holds:
+    // such points repeat the nearest one it has.
+    const int32_t held = std::min({t.Int.size(), t.X.size(), t.Y.size()});
+    const int32_t length = std::clamp(t.SegLen[0], int32_t{0}, held);
+    const int64_t start = t.SegStart[0];
+    auto move = [&](int32_t j) {
+      const int32_t from = static_cast<int32_t>(std::clamp<int64_t>(start + j, 0, held - 1));
+      t.X[j] = t.X[from];
+      t.Y[j] = t.Y[from];
+      t.Int[j] = t.Int[from];
+    };
+    // Front to back when the points move down, back to front when they move up, so no
+    // point is overwritten before it is moved.
+    if (start >= 0)
+      for (int32_t j = 0; j < length; ++j) move(j);
+    else
+      for (int32_t j = length - 1; j >= 0; --j) move(j);
+    t.NPoints = length;
+    t.FirstFrame = SaturatingAdd(t.FirstFrame, start);
+  }
+}
+
+void DynamicBinding(TrackStore& store) {
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    SpotRec& t = store[i];
+    if (!t.Valid || (t.FramesBefore >= 3 && t.FramesAfter >= 3)) continue;
+    t.Valid = 0;
+    t.Selected = 0;
+    t.SegLen[0] = 0;
+  }
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    const SpotRec& t = store[i];
+    if (t.Valid == 1 && HasPartner(store, t)) store[t.Partner].Valid = 1;
+  }
+}
+
+std::string TakeBindingTimes(TrackStore& store, const Settings& settings, BindingTime which) {
+  std::string text = "\n";
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    SpotRec& t = store[i];
+    if (!t.Valid) continue;
+    if (HasPartner(store, t)) store[t.Partner].Valid = 0;
+    t.Valid = 0;
+    t.Selected = 0;
+    const bool before = which == BindingTime::BeforeBinding;
+    if (t.SegLen[0] == 0 || (before ? t.FramesBefore : t.FramesAfter) < 3) continue;
+    t.Valid = 1;
+    t.Selected = 1;
+
+    const int32_t frames = before ? t.TimeToBind : t.SegLen[0];
+    const std::string intensity = std::to_string(TruncToInt(t.AverInt));
+    // The unset integer of the fifth column is written as 0.
+    text += Truncated(frames * settings.dT, 1000, 0.001) + "\t" + intensity +
+            "\t0.0\t" + intensity + "\t0\t0.0\t0.0\t10.0\t10.0\t" + std::to_string(t.PosX) +
+            "\t" + std::to_string(t.PosY) + "\n";
+  }
+  return text;
+}
+
+bool SaveBindingTimes(TrackStore& store, const Settings& settings, BindingTime which,
+                      const std::string& path) {
+  // The flags as they were, to put back should the text not reach the disk.
+  const int32_t count = store.NSpots;
+  std::unique_ptr<uint8_t[]> saved(new (std::nothrow) uint8_t[2 * static_cast<size_t>(count) + 1]);
+  if (!saved) return false;
+  std::FILE* file = std::fopen(path.c_str(), "w");  // text mode
+  if (!file) return false;
+  for (int32_t i = 0; i < count; ++i) {
+    saved[2 * i] = store[i].Valid;
+    saved[2 * i + 1] = store[i].Selected;
+  }
+  if (WriteText(file, TakeBindingTimes(store, settings, which))) return true;
+  for (int32_t i = 0; i < count; ++i) {
+    store[i].Valid = saved[2 * i];
+    store[i].Selected = saved[2 * i + 1];
+  }
+  return false;
+}
+
+std::string GreenSpotsText(const TrackStore& store, GreenAlignment alignment) {
+  std::string text = "\n";
+  // The splitting point carries over from the last track examined when a track has no
+  // stretch of its own; before the first one it is 0.
+  int64_t a = 0;
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    const SpotRec& t = store[i];
+    if (!t.Valid || t.SecondHalf) continue;
+    const int32_t n = UsablePoints(t);
+    if (alignment == GreenAlignment::Binding) {
+      if (t.FramesBefore <= 2) continue;
+      a = t.SegStart[0];
+    } else {
+      for (int s = 0; s < kMaxSegments; ++s)
+        if (t.SegStart[s] > 0) a = int64_t{t.SegStart[s]} + t.SegLen[s];
+      if (n - a < 5) continue;
+    }
+    // Column c shows point c - 25 + a; points outside the 50 columns are dropped.
+    for (int64_t c = 0; c < kGreenColumns; ++c) {
+      if (c < kGreenAlignColumn - a || c >= n + kGreenAlignColumn - a) {
+        text += " \t";
+        continue;
+      }
+      const float value = t.Int[static_cast<int32_t>(c - kGreenAlignColumn + a)];
+      text += Truncated(value, 100, 0.01) + "\t";
+    }
+    text += "\n";
+  }
+  return text;
+}
+
+bool SaveGreenSpots(const TrackStore& store, GreenAlignment alignment, const std::string& path) {
+  std::FILE* file = std::fopen(path.c_str(), "w");  // text mode
+  if (!file) return false;
+  return WriteText(file, GreenSpotsText(store, alignment));
+}
+
+int32_t FirstFusedTrack(const TrackStore& store) {
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    const SpotRec& t = store[i];
+    if (t.Selected && HasPartner(store, t) && store[t.Partner].Partner == i) return i;
+  }
+  return -1;
+}

@@ -1,0 +1,29 @@
+#include "edit/MsdExport.h"
+
+#include <algorithm>
+#include <string>
+
+#include "edit/TextExport.h"
+#include "edit/TrackPoints.h"
+#include "stats/TrackValues.h"
+#include "store/Numbers.h"
+#include "store/TrackStore.h"
+
+void WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool independentPairs,
+                    MsdScratch& scratch) {
+  std::string header;
+  for (int k = 1; k <= kMsdExportLags; ++k) header += FormatReal(k * dT) + "\t";
+  WriteExportText(out, header + "\n");
+
+  for (int32_t t = 0; t < spots.NSpots; ++t) {
+    const SpotRec& track = spots[t];
+    if (!track.Valid) continue;
+    const int32_t n = std::min(UsablePoints(track), kMsdExportPoints);
+    CalcTrackMSD(track.X.data(), track.Y.data(), n, static_cast<float>(dT), scratch.Dk,
+                 scratch.MSD, independentPairs);
+    std::string line;
+    for (int32_t k = 1; k < n / 2 && k <= kMsdExportLags; ++k)
+      line += ThousandthsText(scratch.MSD[k]) + "\t";
+    WriteExportText(out, line + "\n");
+  }
+}

@@ -1,0 +1,24 @@
+#pragma once
+// Vector versions of the per-track loops, one per instruction set; TrackValues picks one
+// at run time. Each gives the plain loop's results bit for bit (see VectorKernelsImpl.h).
+#include <cstdint>
+
+// The intensity-drop position chosen by the scan (a plain aggregate: nothing here may
+// generate code, since the AVX2 file includes it too).
+struct DropChoice {
+  float best;       // largest Sb - Sa found, 0 when none beat 0
+  int32_t kept;     // its position k, 1 when none beat 0
+  float sumBefore;  // Sb and Sa there
+  float sumAfter;
+};
+
+// MSD[k] for k = 1 .. K-1 over every overlapping pair of lag k (K <= n/2).
+void MsdOverlappingSse2(const float* x, const float* y, int32_t n, int32_t K, float* MSD);
+void MsdOverlappingAvx2(const float* x, const float* y, int32_t n, int32_t K, float* MSD);
+
+// The first largest window drop over positions w .. n-w-1.
+DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w);
+DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w);
+
+// True when this processor runs the AVX2 versions.
+bool CpuHasAvx2();

@@ -1,0 +1,125 @@
+#pragma once
+// The vector kernels behind CalcTrackMSD and FindIntensityDrop, written once over an
+// "Ops" type that supplies a vector of W floats (SSE2: 4, AVX2: 8). Each file that
+// includes this instantiates the kernels for its own instruction set.
+//
+// Lanes always hold different sums (different lags, different window positions), never
+// parts of one sum: every sum still adds its terms one at a time in the order of the
+// plain loop, with the same float roundings, so the results are the plain loop's bit for
+// bit. Nothing here is fused (the build uses -ffp-contract=off) or reassociated.
+//
+// Only <cstdint> and VectorKernels.h (plain declarations) are used, on purpose: a file
+// that compiles this for a wider instruction set must not compile any shared inline code
+// along with it, and everything here has internal linkage.
+#include <cstdint>
+
+#include "stats/VectorKernels.h"
+
+namespace {
+
+// Overlapping-pair MSD sums for the lags [k0, k0 + G*W), one lag per lane, all lags of the
+// block sharing the loads of x[i] and y[i]. sums[j] receives the sum of lag k0 + j; lags
+// of the block at or beyond n get 0. No float is read outside x[0 .. n) and y[0 .. n).
+template <class Ops, int G>
+void MsdBlock(const float* x, const float* y, int32_t n, int32_t k0, float* sums) {
+  using V = typename Ops::V;
+  constexpr int32_t W = Ops::W;
+  V acc[G];
+  for (int g = 0; g < G; ++g) acc[g] = Ops::Zero();
+  int32_t i = 0;
+  // Every lane of the block has a pair at i: no masking.
+  for (const int32_t full = n - (k0 + G * W - 1); i < full; ++i) {
+    const V xi = Ops::Splat(x[i]);
+    const V yi = Ops::Splat(y[i]);
+    for (int g = 0; g < G; ++g) {
+      const V dx = Ops::Sub(xi, Ops::Load(x + i + k0 + g * W));
+      const V dy = Ops::Sub(yi, Ops::Load(y + i + k0 + g * W));
+      acc[g] = Ops::Add(acc[g], Ops::Add(Ops::Mul(dx, dx), Ops::Mul(dy, dy)));
+    }
+  }
+  // The last pairs: lane j of group g (lag kg + j) has a pair at i while j < n - i - kg.
+  // Lanes past their last pair add +0, which leaves a sum of non-negative terms as it was.
+  for (; i + k0 < n; ++i) {
+    const V xi = Ops::Splat(x[i]);
+    const V yi = Ops::Splat(y[i]);
+    for (int g = 0; g < G; ++g) {
+      const int32_t lanes = n - i - (k0 + g * W);
+      if (lanes <= 0) break;  // later groups have larger lags still
+      V dx, dy;
+      if (lanes >= W) {
+        dx = Ops::Sub(xi, Ops::Load(x + i + k0 + g * W));
+        dy = Ops::Sub(yi, Ops::Load(y + i + k0 + g * W));
+        acc[g] = Ops::Add(acc[g], Ops::Add(Ops::Mul(dx, dx), Ops::Mul(dy, dy)));
+      } else {
+        dx = Ops::Sub(xi, Ops::LoadFirst(x + i + k0 + g * W, lanes));
+        dy = Ops::Sub(yi, Ops::LoadFirst(y + i + k0 + g * W, lanes));
+        const V term = Ops::KeepFirst(Ops::Add(Ops::Mul(dx, dx), Ops::Mul(dy, dy)), lanes);
+        acc[g] = Ops::Add(acc[g], term);
+      }
+    }
+  }
+  for (int g = 0; g < G; ++g) Ops::Store(sums + g * W, acc[g]);
+}
+
+// MSD[k] = (sum over overlapping pairs of lag k) / pairs for k = 1 .. K-1.
+template <class Ops>
+void MsdOverlapping(const float* x, const float* y, int32_t n, int32_t K, float* MSD) {
+  constexpr int32_t W = Ops::W;
+  constexpr int32_t kGroups = 4;  // four independent sums in flight hide the add latency
+  float sums[kGroups * W];
+  for (int32_t k0 = 1; k0 < K; k0 += kGroups * W) {
+    const int32_t lags = K - k0 < kGroups * W ? K - k0 : kGroups * W;
+    switch ((lags + W - 1) / W) {
+      case 1: MsdBlock<Ops, 1>(x, y, n, k0, sums); break;
+      case 2: MsdBlock<Ops, 2>(x, y, n, k0, sums); break;
+      case 3: MsdBlock<Ops, 3>(x, y, n, k0, sums); break;
+      default: MsdBlock<Ops, 4>(x, y, n, k0, sums); break;
+    }
+    for (int32_t j = 0; j < lags; ++j) {
+      const int32_t pairs = n - (k0 + j);
+      MSD[k0 + j] = sums[j] / pairs;
+    }
+  }
+}
+
+// The intensity-drop scan: for k = w .. n-w-1 (rising), Sb = in[k-w] + ... + in[k-1] and
+// Sa = in[k] + ... + in[k+w-1], each added in frame order; keeps the first k whose
+// Sb - Sa is strictly larger than the best so far (which starts at 0, with k = 1).
+// Lanes hold W neighbouring positions; the choice is then made lane by lane in order.
+inline void KeepIfLarger(DropChoice& scan, int32_t k, float sb, float sa) {
+  const float d = sb - sa;
+  if (d > scan.best) {
+    scan.best = d;
+    scan.kept = k;
+    scan.sumBefore = sb;
+    scan.sumAfter = sa;
+  }
+}
+
+template <class Ops>
+DropChoice ScanDrops(const float* in, int32_t n, int32_t w) {
+  using V = typename Ops::V;
+  constexpr int32_t W = Ops::W;
+  DropChoice scan{0.0f, 1, 0.0f, 0.0f};
+  if (w <= 0) return scan;
+  const int32_t end = n - w;  // positions k < end; the reads stay below k + w <= n
+  int32_t k = w;
+  float before[W], after[W];
+  for (; k + W <= end; k += W) {
+    V sb = Ops::Zero(), sa = Ops::Zero();
+    for (int32_t t = 0; t < w; ++t) sb = Ops::Add(sb, Ops::Load(in + k - w + t));
+    for (int32_t t = 0; t < w; ++t) sa = Ops::Add(sa, Ops::Load(in + k + t));
+    Ops::Store(before, sb);
+    Ops::Store(after, sa);
+    for (int32_t j = 0; j < W; ++j) KeepIfLarger(scan, k + j, before[j], after[j]);
+  }
+  for (; k < end; ++k) {
+    float sb = 0, sa = 0;
+    for (int32_t t = k - w; t < k; ++t) sb += in[t];
+    for (int32_t t = k; t < k + w; ++t) sa += in[t];
+    KeepIfLarger(scan, k, sb, sa);
+  }
+  return scan;
+}
+
+}  // namespace

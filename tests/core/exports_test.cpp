@@ -1,0 +1,482 @@
+// The text exports: every table byte for byte against text written out by hand (single
+// bytes for the micro sign, TABs before line ends, empty first lines), the truncation
+// messages and the 2000 limits, the dialog and file handling of the commands, and the CSV.
+#include <gtest/gtest.h>
+#include <stdlib.h>  // gcvt
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "FakePlatform.h"
+#include "app/MainForm.h"
+#include "edit/TextExport.h"
+#include "store/Numbers.h"
+
+namespace {
+
+// "X(µm)" and "Y(µm)" as the files hold them: the micro sign is the one byte 0xB5.
+const std::string kX = "X(\xB5m)";
+const std::string kY = "Y(\xB5m)";
+
+std::string Repeat(const std::string& text, int times) {
+  std::string out;
+  for (int i = 0; i < times; ++i) out += text;
+  return out;
+}
+
+size_t Count(const std::string& text, const std::string& piece) {
+  size_t n = 0;
+  for (size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1)) ++n;
+  return n;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
+    lines.push_back(text.substr(start, end - start));
+  return lines;
+}
+
+// A main window whose save dialog answers with a file of this test's own.
+struct ExportForm {
+  FakePlatform platform;
+  TMainForm form{platform};
+  std::string path;
+
+  ExportForm() {
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    path = (std::filesystem::temp_directory_path() /
+            ("kinetra-export-" + std::to_string(getpid()) + "-" + info->name() + ".txt"))
+               .string();
+    std::filesystem::remove(path);
+    form.S.dT = 0.25;
+  }
+  ~ExportForm() { std::filesystem::remove(path); }
+
+  // Runs a command that saves to the file; the file's bytes, or "<no file>".
+  std::string Run(const std::string& command) {
+    std::filesystem::remove(path);
+    platform.saveAnswers.push_back(path);
+    EXPECT_TRUE(form.RunCommand(command)) << command;
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return "<no file>";
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+
+  // A valid, selected track with the given frames; nothing is computed.
+  SpotRec& Add(const std::vector<float>& x, const std::vector<float>& y = {},
+               const std::vector<float>& in = {}) {
+    SpotRec& t = form.Spots[form.Spots.NSpots++];
+    const int n = static_cast<int>(x.size());
+    EXPECT_TRUE(t.AllocateFrames(n));
+    t.NPoints = n;
+    t.Valid = 1;
+    t.Selected = 1;
+    for (int k = 0; k < n; ++k) {
+      t.X[k] = x[k];
+      t.Y[k] = k < static_cast<int>(y.size()) ? y[k] : 0.0f;
+      t.Int[k] = k < static_cast<int>(in.size()) ? in[k] : 0.0f;
+    }
+    return t;
+  }
+  SpotRec& AddLine(int n, float dx = 1) {
+    std::vector<float> x(n);
+    for (int k = 0; k < n; ++k) x[k] = k * dx;
+    return Add(x);
+  }
+};
+
+// Two valid tracks of 3 and 5 points and an invalid one between them.
+void AddThreeAndFive(ExportForm& f) {
+  f.Add({1.5f, -0.0015f, 2}, {-0.0004f, 10.25f, 3}, {123.45f, 99.99f, 7});
+  f.Add({5}, {5}, {5}).Valid = 0;
+  f.Add({0, 1, 2, 3, 4}, {0, 0.5f, 1, 1.5f, 2}, {10, 20, 30, 40, 50});
+}
+
+void SetToggles(ExportForm& f, bool columns, bool time) {
+  if (f.form.Menu.Checked("SaveXYIntColumns") != columns) f.form.RunCommand("SaveXYIntColumns");
+  if (f.form.Menu.Checked("PutTimeInTXTfile") != time) f.form.RunCommand("PutTimeInTXTfile");
+}
+
+}  // namespace
+
+TEST(ExportNumbers, GeneralFormIsGcvtAndTruncationGoesTowardZero) {
+  EXPECT_EQ(FormatG(100000, 5), "1e+05");
+  EXPECT_EQ(FormatG(99999, 5), "99999");
+  EXPECT_EQ(FormatG(123456, 5), "1.2346e+05");
+  EXPECT_EQ(FormatG(1e-5, 5), "1e-05");
+  EXPECT_EQ(FormatG(3.14159, 4), "3.142");
+  // Against the C library's own gcvt over values of every size.
+  std::mt19937_64 random(7);
+  char expected[64];
+  for (int i = 0; i < 20000; ++i) {
+    const double v = std::ldexp(static_cast<double>(random() % 2000001) - 1000000.0,
+                                static_cast<int>(random() % 80) - 60);
+    for (int digits : {4, 5}) {
+      ASSERT_EQ(FormatG(v, digits), gcvt(v, digits, expected)) << v << " " << digits;
+      const float f = static_cast<float>(v);
+      ASSERT_EQ(FormatG(f, digits), gcvt(f, digits, expected)) << f << " " << digits;
+    }
+  }
+
+  EXPECT_EQ(ThousandthsText(-0.0004f), "0");  // an integer part of 0 has no sign
+  EXPECT_EQ(ThousandthsText(0.009f), "0.008");  // the float is 0.00899999961...
+  EXPECT_EQ(ThousandthsText(15 * 0.03), "0.449");  // 15 x 0.03 is 0.44999999999999996
+}
+
+TEST(PanelExport, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
+  ExportForm f;
+  TQVgraph& left = f.form.LeftGraph;
+  TQVgraph& right = f.form.RightGraph;
+  for (int s = 1; s <= kMaxSeries; ++s) left.Series[s].Show = right.Series[s].Show = false;
+  left.SeriesCount = 1;  // the left panel offers five series whatever its count
+  left.Series[1].Show = left.Series[3].Show = true;
+  left.Series[6].Show = true;
+  left.DataEnd = 3;
+  const float lx[] = {0, 0.02f, 123456}, l1[] = {10, 2.5f, 0.00012346f},
+              l3[] = {3.14159f, -1, 1e-5f};
+  right.SeriesCount = 2;
+  right.Series[1].Show = true;
+  right.Series[3].Show = true;  // beyond the right panel's count
+  right.DataEnd = 3;
+  const float rx[] = {0, 0.1f, 99999.5f}, r1[] = {7, 8, 9};
+  for (int i = 0; i < 3; ++i) {
+    left.Row(0)[i] = lx[i], left.Row(1)[i] = l1[i], left.Row(3)[i] = l3[i];
+    right.Row(0)[i] = rx[i], right.Row(1)[i] = r1[i];
+  }
+
+  const std::string leftHead = "Left Panel Graphs\nX-axis\tY-data->\n";
+  const std::string leftRows[] = {"0\t10\t3.142\n", "0.02\t2.5\t-1\n",
+                                  "1.2346e+05\t0.0001235\t1e-05\n"};
+  const std::string rightHead = "\n\nRight Panel Graphs\nX-axis\tY-data->\n";
+  // X + 1e-8: 0 becomes 1e-08, 99999.5 rounds up to 1e+05.
+  const std::string rightRows[] = {"1e-08\t7\n", "0.1\t8\n", "1e+05\t9\n"};
+
+  f.form.Menu.SetChecked("L_ShowDlat", true);
+  f.form.Menu.SetChecked("R_ShowDlat", true);
+  EXPECT_EQ(f.Run("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] +
+                                        rightHead + rightRows[0] + rightRows[1] + rightRows[2]);
+  f.form.Menu.SetChecked("R_ShowMSD", true);
+  EXPECT_EQ(f.Run("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] +
+                                        rightHead + rightRows[1] + rightRows[2]);
+  // The left MSD panel: both sections start at row 1, the right one on a histogram too.
+  f.form.Menu.SetChecked("L_ShowMSD", true);
+  f.form.Menu.SetChecked("R_ShowDlat", true);
+  EXPECT_EQ(f.Run("SaveDistAsTXT"),
+            leftHead + leftRows[1] + leftRows[2] + rightHead + rightRows[1] + rightRows[2]);
+  EXPECT_TRUE(f.platform.messages.empty());
+  EXPECT_EQ(f.platform.dialogs.back().filter, "Data as TXT (for Excel) |*.txt");
+  EXPECT_EQ(f.platform.dialogs.back().defaultExt, "txt");
+}
+
+TEST(TrackExport, RowLayoutPerModeWithTimeLine) {
+  ExportForm f;
+  AddThreeAndFive(f);
+  SetToggles(f, false, true);
+  const std::string x1 = kX + "\t1.5\t-0.001\t2\n", y1 = kY + "\t0\t10.25\t3\n",
+                    i1 = "Int(AU)\t123.4\t99.9\t7\n";
+  const std::string x2 = kX + "\t0\t1\t2\t3\t4\n", y2 = kY + "\t0\t0.5\t1\t1.5\t2\n",
+                    i2 = "Int(AU)\t10\t20\t30\t40\t50\n";
+  const std::string time = "Time(s)\t0\t0.25\t0.5\t0.75\t1\t\n";
+  EXPECT_EQ(f.Run("SaveXYIntData"), time + x1 + y1 + i1 + x2 + y2 + i2);
+  SetToggles(f, false, false);
+  EXPECT_EQ(f.Run("SaveXYdata"), x1 + y1 + x2 + y2);
+  EXPECT_EQ(f.Run("SaveIntensityData"), i1 + i2);
+  EXPECT_TRUE(f.platform.messages.empty());
+}
+
+TEST(TrackExport, ColumnLayoutCollapsesEndedTracksButKeepsBlankIntensities) {
+  ExportForm f;
+  AddThreeAndFive(f);
+  SetToggles(f, true, true);
+  EXPECT_EQ(f.Run("SaveXYIntData"),
+            "Time(s)\t" + kX + "\t" + kY + "\tInt(AU)\t" + kX + "\t" + kY + "\tInt(AU)\t\n" +
+                "0\t1.5\t0\t123.4\t0\t0\t10\t\n"
+                "0.25\t-0.001\t10.25\t99.9\t1\t0.5\t20\t\n"
+                "0.5\t2\t3\t7\t2\t1\t30\t\n"
+                "0.75\t \t3\t1.5\t40\t\n"
+                "1\t \t4\t2\t50\t\n"
+                "1.25\t \t \t\n");
+  SetToggles(f, true, false);
+  EXPECT_EQ(f.Run("SaveXYdata"), kX + "\t" + kY + "\t" + kX + "\t" + kY + "\t\n" +
+                                     "1.5\t0\t0\t0\t\n-0.001\t10.25\t1\t0.5\t\n2\t3\t2\t1\t\n"
+                                     "3\t1.5\t\n4\t2\t\n\n");
+  // One header column per track, but two blank cells before every intensity.
+  EXPECT_EQ(f.Run("SaveIntensityData"),
+            "Int(AU)\tInt(AU)\t\n"
+            " \t \t123.4\t \t \t10\t\n \t \t99.9\t \t \t20\t\n \t \t7\t \t \t30\t\n"
+            " \t \t \t \t \t40\t\n \t \t \t \t \t50\t\n \t \t \t \t \t \t\n");
+  EXPECT_TRUE(f.platform.messages.empty());
+}
+
+TEST(TrackExport, TwoThousandValuesAndColumns) {
+  ExportForm f;
+  f.AddLine(2500);
+  f.AddLine(3);
+  SetToggles(f, false, true);
+  std::vector<std::string> lines = Lines(f.Run("SaveXYdata"));
+  ASSERT_EQ(lines.size(), 5u);
+  ASSERT_EQ(f.platform.messages.size(), 1u);
+  EXPECT_EQ(f.platform.messages[0], "Tracks are too long -> Data will be truncated");
+  EXPECT_EQ(Count(lines[0], "\t"), 2001u);  // after the header and after each of 2000 times
+  EXPECT_EQ(lines[0].substr(lines[0].size() - 8), "\t499.75\t");
+  EXPECT_EQ(Count(lines[1], "\t"), 2000u);
+  EXPECT_EQ(lines[1].substr(lines[1].size() - 5), "\t1999");
+  EXPECT_EQ(lines[3], kX + "\t0\t1\t2");
+
+  // 1001 one-point tracks: X/Y reach 2002 columns with the last track, which is still
+  // written; with all three quantities the header stops at 667 tracks (2001 columns).
+  ExportForm g;
+  for (int t = 0; t < 1001; ++t) g.Add({1}, {2}, {3});
+  SetToggles(g, true, false);
+  lines = Lines(g.Run("SaveXYdata"));
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[0], Repeat(kX + "\t" + kY + "\t", 1001));
+  EXPECT_EQ(lines[1], Repeat("1\t2\t", 1001));
+  EXPECT_EQ(lines[2], "");
+  ASSERT_EQ(g.platform.messages.size(), 1u);
+  EXPECT_EQ(g.platform.messages[0], "Too many objects (>2000) -> Data will be truncated");
+
+  lines = Lines(g.Run("SaveXYIntData"));
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[0], Repeat(kX + "\t" + kY + "\tInt(AU)\t", 667));
+  EXPECT_EQ(lines[1], Repeat("1\t2\t3\t", 667));
+  EXPECT_EQ(lines[2], Repeat(" \t", 1001));  // one blank cell per track: 1001 columns
+  EXPECT_EQ(g.platform.messages.size(), 2u);
+
+  g.form.Spots[1000].Valid = 0;  // exactly 2000 X/Y columns: no message
+  lines = Lines(g.Run("SaveXYdata"));
+  EXPECT_EQ(lines[0], Repeat(kX + "\t" + kY + "\t", 1000));
+  EXPECT_EQ(g.platform.messages.size(), 2u);
+}
+
+TEST(MsdExport, LagLineAndOneCurvePerValidTrack) {
+  ExportForm f;
+  f.form.S.dT = 0.5;
+  f.form.S.TimeScale = 0.01666666666;  // not applied to the lags
+  f.AddLine(3);
+  f.AddLine(8).Valid = 0;
+  f.AddLine(8);
+  f.AddLine(600);
+  SpotRec& cut = f.AddLine(2500);
+  for (int k = 2000; k < 2500; ++k) cut.X[k] += 1000;  // only seen if not cut at 2000
+  std::string header;
+  for (int k = 1; k <= 254; ++k) header += std::to_string(k / 2) + (k % 2 ? ".5\t" : "\t");
+  const std::vector<std::string> lines = Lines(f.Run("SaveMSDdT"));
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_EQ(lines[0], header);
+  EXPECT_EQ(lines[1], "");  // 3 points: no lag below 3 / 2
+  EXPECT_EQ(lines[2], "1\t4\t9\t");  // a straight track: MSD(k) = k^2 for k < 4
+  for (int i : {3, 4}) {
+    EXPECT_EQ(Count(lines[i], "\t"), 254u);
+    EXPECT_EQ(lines[i].substr(0, 12), "1\t4\t9\t16\t25\t");
+  }
+}
+
+TEST(DlatTables, MeanSdAndCountPerBinWithoutTheLastBin) {
+  ExportForm f;
+  f.form.S.DlatBin = 0.02;
+  f.form.Menu.SetChecked("R_ShowDlat", true);
+  // By Dlat: bin 0 (0.01 and -0.01, truncated toward zero), bin 1 (five), bin 2 (four,
+  // too few), bin 3 (five: the last bin, never written), and tracks that do not count.
+  auto add = [&f](float dlat, float averInt, int points) -> SpotRec& {
+    SpotRec& t = f.AddLine(points);
+    t.Dlat = dlat;
+    t.AverInt = averInt;
+    return t;
+  };
+  for (float dlat : {0.01f, 0.01f, -0.01f, 0.01f, 0.01f}) add(dlat, 50, 11);
+  for (float in : {100.f, 110.f, 120.f, 130.f, 140.f}) add(0.035f, in, 21);
+  for (int i = 0; i < 4; ++i) add(0.05f, 1, 16);
+  for (int i = 0; i < 5; ++i) add(0.075f, 1, 30);
+  add(0.035f, 1e6f, 11).Selected = 0;
+  add(std::nanf(""), 1, 11);
+  add(-0.03f, 1, 11);
+  EXPECT_EQ(f.Run("SaveDlatVersInt"), "0\t50\t0\t5\n0.02\t120\t14.14\t5\n");
+
+  // By length: lengths 10 and 20 with six tracks each; 20 is the last bin and left out.
+  ExportForm g;
+  g.form.Menu.SetChecked("R_ShowDlat", true);
+  for (int i = 1; i <= 6; ++i) g.AddLine(11).Dlat = 0.1f * i;
+  for (int i = 0; i < 6; ++i) g.AddLine(21).Dlat = 1;
+  for (int i = 0; i < 4; ++i) g.AddLine(16).Dlat = 1;
+  SpotRec& unselected = g.AddLine(11);
+  unselected.Selected = 0, unselected.Dlat = 100;
+  // Mean 0.35; SD sqrt((0.25^2 + 0.15^2 + 0.05^2) x 2 / 6) = 0.1708.
+  EXPECT_EQ(g.Run("SaveDlatVerLen"), "10\t0.35\t0.17\t6\n");
+
+  // Only beside the Dlat distribution; otherwise not even the dialog.
+  g.form.Menu.SetChecked("R_ShowMSD", true);
+  const size_t dialogs = g.platform.dialogs.size();
+  EXPECT_EQ(g.Run("SaveDlatVerLen"), "<no file>");
+  EXPECT_EQ(g.platform.dialogs.size(), dialogs);
+  EXPECT_TRUE(g.platform.messages.empty());
+}
+
+TEST(StopTimes, GateThenOneLinePerStretchedTrack) {
+  ExportForm f;
+  SpotRec& a = f.AddLine(40);
+  a.SegLen[0] = 12, a.SegLen[2] = 15, a.AverInt = 123.9f, a.PosX = 12, a.PosY = 34;
+  f.AddLine(40).SegLen[1] = 5;  // no stretch in slot 0
+  SpotRec& c = f.AddLine(40);
+  c.Valid = 0, c.SegLen[0] = 7, c.AverInt = -5.5f;
+
+  EXPECT_EQ(f.Run("SaveStopTimes"), "<no file>");
+  ASSERT_EQ(f.platform.messages.size(), 1u);
+  EXPECT_EQ(f.platform.messages[0],
+            "Select 'Stopping Spots' in 'Settings' first or do dual tracks");
+  EXPECT_TRUE(f.platform.dialogs.empty());
+
+  const std::string expected =
+      "\n3.75\t123\t0.0\t123\t15\t0.0\t0.0\t10.0\t10.0\t12\t34\n"
+      "1.75\t-5\t0.0\t-5\t7\t0.0\t0.0\t10.0\t10.0\t0\t0\n";
+  f.form.Menu.SetChecked("StoppingSpots", true);
+  EXPECT_EQ(f.Run("SaveStopTimes"), expected);
+  f.form.Menu.SetChecked("StoppingSpots", false);
+  f.form.DualsFound = true;
+  EXPECT_EQ(f.Run("SaveStopTimes"), expected);
+  EXPECT_EQ(f.platform.messages.size(), 1u);
+}
+
+TEST(DlatInstVelExport, RightPanelRunWritesEveryStepThenDisarms) {
+  ExportForm f;
+  f.form.S.dT = 0.5;
+  f.form.S.VelocityStep = 1;
+  for (int t = 0; t < 3; ++t) f.AddLine(6).Dlat = 0.25f;  // 4 steps of 1 um in 0.5 s each
+  EXPECT_EQ(f.Run("SaveDlatInstVelData"), Repeat("0.25\t2\n", 12));
+  EXPECT_TRUE(f.form.Menu.Checked("R_ShowInstantVel"));
+  EXPECT_FALSE(f.form.Results.InstVelExport.Armed);
+
+  // Too few tracks selected: the panel pass does not run, nothing is written, and the
+  // hook is not left armed behind the closed file.
+  f.form.Spots[2].Valid = 0;
+  EXPECT_EQ(f.Run("SaveDlatInstVelData"), "");
+  EXPECT_FALSE(f.form.Results.InstVelExport.Armed);
+  EXPECT_FALSE(f.form.Results.InstVelExport.WriteLine);
+  f.form.Spots[2].Valid = 1;
+  f.form.RunCommand("R_ShowInstantVel");  // a later run writes nowhere
+  EXPECT_TRUE(f.platform.messages.empty());
+}
+
+TEST(ExportCommands, CancelOrUnopenableFileChangesNothing) {
+  ExportForm f;
+  AddThreeAndFive(f);
+  f.form.Menu.SetChecked("R_ShowDlat", true);
+  f.form.Menu.SetChecked("StoppingSpots", true);
+  auto fingerprint = [&f] {
+    std::string s = f.form.Menu.CheckedInGroup(MenuGroup::RightPanel);
+    for (const char* toggle : {"SaveXYIntColumns", "PutTimeInTXTfile", "StoppingSpots"})
+      s += f.form.Menu.Checked(toggle) ? '1' : '0';
+    for (int32_t t = 0; t < f.form.Spots.NSpots; ++t) {
+      const SpotRec& r = f.form.Spots[t];
+      s += " " + std::to_string(r.Valid) + std::to_string(r.Selected) + std::to_string(r.NPoints) +
+           FormatReal(r.X[0]) + FormatReal(r.Int[0]);
+    }
+    return s;
+  };
+  const std::string before = fingerprint();
+  const std::string unopenable = "/nonexistent-kinetra-dir/out.txt";
+  const std::pair<const char*, const char*> commands[] = {
+      {"SaveDistAsTXT", "Can not open file to write data"},
+      {"SaveDistAsCSV", "Can not open file to write data"},
+      {"SaveXYIntData", "File Writing Error"},
+      {"SaveXYdata", "File Writing Error"},
+      {"SaveIntensityData", "File Writing Error"},
+      {"SaveMSDdT", "File Writing Error"},
+      {"SaveDlatVersInt", ""},
+      {"SaveDlatVerLen", ""},
+      {"SaveStopTimes", ""},
+      {"SaveDlatInstVelData", "File Writing Error"},
+  };
+  for (const auto& [command, message] : commands) {
+    f.platform.messages.clear();
+    ASSERT_TRUE(f.form.RunCommand(command));  // no answer queued: cancelled
+    EXPECT_TRUE(f.platform.messages.empty()) << command;
+    f.platform.saveAnswers.push_back(unopenable);
+    f.form.RunCommand(command);
+    EXPECT_EQ(f.platform.messages,
+              *message ? std::vector<std::string>{message} : std::vector<std::string>{})
+        << command;
+    EXPECT_EQ(fingerprint(), before) << command;
+    EXPECT_FALSE(f.form.Results.InstVelExport.Armed);
+  }
+  // The two toggles flip their own check marks and nothing else.
+  f.platform.messages.clear();
+  f.form.RunCommand("SaveXYIntColumns");
+  f.form.RunCommand("PutTimeInTXTfile");
+  EXPECT_TRUE(f.form.Menu.Checked("SaveXYIntColumns") && f.form.Menu.Checked("PutTimeInTXTfile"));
+  EXPECT_TRUE(f.platform.saveAnswers.empty() && f.platform.messages.empty());
+}
+
+namespace {
+
+// A CSV reader of its own: quoted fields with doubled quotes, commas and line ends inside.
+std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
+  std::vector<std::vector<std::string>> rows(1, std::vector<std::string>(1));
+  bool quoted = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (quoted) {
+      if (c == '"' && i + 1 < text.size() && text[i + 1] == '"') rows.back().back() += text[++i];
+      else if (c == '"') quoted = false;
+      else rows.back().back() += c;
+    } else if (c == '"') {
+      quoted = true;
+    } else if (c == ',') {
+      rows.back().emplace_back();
+    } else if (c == '\n') {
+      rows.emplace_back(1);
+    } else {
+      rows.back().back() += c;
+    }
+  }
+  if (rows.back() == std::vector<std::string>(1)) rows.pop_back();
+  return rows;
+}
+
+}  // namespace
+
+TEST(PanelCsv, SideBySideColumnsNamedByAxisTitles) {
+  ExportForm f;
+  TQVgraph& left = f.form.LeftGraph;
+  TQVgraph& right = f.form.RightGraph;
+  for (int s = 1; s <= kMaxSeries; ++s) left.Series[s].Show = right.Series[s].Show = false;
+  left.XTitle = "Dlat (µm2/s)";
+  left.Y0Title = "Number of objects";
+  left.SeriesCount = 1;
+  left.Series[1].Show = true;
+  left.Series[2].Show = true;  // beyond the count
+  left.DataFirst = 0, left.DataEnd = 3;
+  const float lx[] = {0, 0.02f, 0.04f}, l1[] = {5, -2e6f, 7};
+  right.XTitle = "Lag, \"dT\" (s)";
+  right.Y0Title = "MSD (µm2)";
+  right.Y1Title = "Tracks";
+  right.SeriesCount = 5;
+  right.Series[2].Show = true;
+  right.Series[4].Show = right.Series[4].RightAxis = true;
+  right.DataFirst = 1, right.DataEnd = 5;
+  const float rx[] = {0, 0.03f, 0.06f, 0.09f, 0.12f}, r2[] = {0, 1.5f, 2.5f, 3.5f, 4.5f},
+              r4[] = {0, 10, 9, 8, 7};
+  for (int i = 0; i < 5; ++i) {
+    if (i < 3) left.Row(0)[i] = lx[i], left.Row(1)[i] = l1[i];
+    right.Row(0)[i] = rx[i], right.Row(2)[i] = r2[i], right.Row(4)[i] = r4[i];
+  }
+  const std::string text = f.Run("SaveDistAsCSV");
+  EXPECT_EQ(text,
+            "Left: Dlat (\xC2\xB5m2/s),Left: Number of objects [1],\"Right: Lag, \"\"dT\"\" (s)\","
+            "Right: MSD (\xC2\xB5m2) [2],Right: Tracks [4]\n"
+            "0,5,0.03,1.5,10\n0.02,,0.06,2.5,9\n0.04,7,0.09,3.5,8\n,,0.12,4.5,7\n");
+  const auto rows = ParseCsv(text);
+  ASSERT_EQ(rows.size(), 5u);
+  for (const auto& row : rows) EXPECT_EQ(row.size(), 5u);
+  EXPECT_EQ(rows[0][2], "Right: Lag, \"dT\" (s)");
+  EXPECT_EQ(rows[0][3], "Right: MSD (µm2) [2]");
+  EXPECT_EQ(rows[4][0], "");
+  EXPECT_EQ(f.platform.dialogs.back().defaultExt, "csv");
+}
