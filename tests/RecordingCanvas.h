@@ -1,10 +1,10 @@
 #pragma once
 // A canvas that records every drawing call, with fixed text metrics (6 pixels per byte,
-// 14 pixels high), and a bitmap with real pixels behind it. TextOut paints its cell with
-// pixels that encode their position in the text (see TextPixel), so that copies of text
-// pixels can be traced back to their source.
+// 14 pixels high), over a bitmap with real pixels. TextOut paints its cell with pixels
+// that encode their position in the text (TextPixel), so copies can be traced back.
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,7 +21,6 @@ struct DrawOp {
   TColor brush = 0;
   BrushStyle brushStyle = BrushStyle::Solid;
   TColor font = 0;
-  int fontSize = 0;
   bool bold = false;
 };
 
@@ -39,27 +38,21 @@ class RecordingCanvas : public Canvas {
   explicit RecordingCanvas(RecordingBitmap& owner) : owner_(owner) {}
 
   std::vector<DrawOp> ops;
-  std::string fontName;
-  int pixelWrites = 0;
 
   void SetPenColor(TColor c) override { pen_ = c; }
   void SetPenWidth(int w) override { penWidth_ = w; }
   void SetPenStyle(PenStyle s) override { penStyle_ = s; }
   void SetBrushColor(TColor c) override { brush_ = c; }
   void SetBrushStyle(BrushStyle s) override { brushStyle_ = s; }
-  void SetFontName(const std::string& name) override { fontName = name; }
-  void SetFontSize(int points) override { fontSize_ = points; }
+  void SetFontName(const std::string&) override {}
+  void SetFontSize(int) override {}
   void SetFontBold(bool bold) override { bold_ = bold; }
   void SetFontColor(TColor c) override { font_ = c; }
 
-  void MoveTo(int x, int y) override {
-    penX_ = x;
-    penY_ = y;
-  }
+  void MoveTo(int x, int y) override { penX_ = x, penY_ = y; }
   void LineTo(int x, int y) override {
     Record("Line", penX_, penY_, x, y);
-    penX_ = x;
-    penY_ = y;
+    penX_ = x, penY_ = y;
   }
   void Ellipse(int x1, int y1, int x2, int y2) override { Record("Ellipse", x1, y1, x2, y2); }
   void Rectangle(int x1, int y1, int x2, int y2) override {
@@ -87,8 +80,8 @@ class RecordingCanvas : public Canvas {
   // Recorded operations of one kind.
   std::vector<DrawOp> Of(const std::string& kind) const {
     std::vector<DrawOp> out;
-    for (const DrawOp& op : ops)
-      if (op.kind == kind) out.push_back(op);
+    std::copy_if(ops.begin(), ops.end(), std::back_inserter(out),
+                 [&](const DrawOp& op) { return op.kind == kind; });
     return out;
   }
   // The first text operation with this text, or null.
@@ -105,22 +98,8 @@ class RecordingCanvas : public Canvas {
 
  private:
   void Record(const char* kind, int x1, int y1, int x2, int y2, std::string text = {}) {
-    DrawOp op;
-    op.kind = kind;
-    op.x1 = x1;
-    op.y1 = y1;
-    op.x2 = x2;
-    op.y2 = y2;
-    op.text = std::move(text);
-    op.pen = pen_;
-    op.penWidth = penWidth_;
-    op.penStyle = penStyle_;
-    op.brush = brush_;
-    op.brushStyle = brushStyle_;
-    op.font = font_;
-    op.fontSize = fontSize_;
-    op.bold = bold_;
-    ops.push_back(op);
+    ops.push_back({kind, x1, y1, x2, y2, std::move(text), pen_, penWidth_, penStyle_, brush_,
+                   brushStyle_, font_, bold_});
   }
   void Fill(int x1, int y1, int x2, int y2, TColor color);
 
@@ -129,7 +108,6 @@ class RecordingCanvas : public Canvas {
   int penWidth_ = 1;
   PenStyle penStyle_ = PenStyle::Solid;
   BrushStyle brushStyle_ = BrushStyle::Solid;
-  int fontSize_ = 8;
   bool bold_ = false;
   int penX_ = 0, penY_ = 0;
 };
@@ -150,8 +128,7 @@ class RecordingBitmap : public Bitmap {
   RecordingCanvas& Recorder() { return canvas_; }
   TColor Pixel(int x, int y) const override {
     if (x < 0 || y < 0 || x >= width_ || y >= height_) return 0;
-    if (pixels_.empty()) return 0xFFFFFF;
-    return pixels_[static_cast<size_t>(y) * width_ + x];
+    return pixels_.empty() ? 0xFFFFFF : pixels_[static_cast<size_t>(y) * width_ + x];
   }
   void SetPixel(int x, int y, TColor color) override {
     if (x < 0 || y < 0 || x >= width_ || y >= height_) return;
@@ -171,10 +148,7 @@ inline void RecordingCanvas::TextOut(int x, int y, const std::string& text) {
     for (int dx = 0; dx < TextWidth(text); ++dx) owner_.SetPixel(x + dx, y + dy, TextPixel(dx, dy));
 }
 inline TColor RecordingCanvas::GetPixel(int x, int y) { return owner_.Pixel(x, y); }
-inline void RecordingCanvas::SetPixel(int x, int y, TColor color) {
-  ++pixelWrites;
-  owner_.SetPixel(x, y, color);
-}
+inline void RecordingCanvas::SetPixel(int x, int y, TColor color) { owner_.SetPixel(x, y, color); }
 inline void RecordingCanvas::Draw(int x, int y, const Bitmap& source) {
   Record("Draw", x, y, x + source.Width(), y + source.Height());
   CopyRectByPixels(*this, x, y, x + source.Width(), y + source.Height(), source, 0, 0,
@@ -183,12 +157,9 @@ inline void RecordingCanvas::Draw(int x, int y, const Bitmap& source) {
 inline void RecordingCanvas::Fill(int x1, int y1, int x2, int y2, TColor color) {
   if (x1 > x2) std::swap(x1, x2);
   if (y1 > y2) std::swap(y1, y2);
-  x1 = std::max(x1, 0);
-  y1 = std::max(y1, 0);
-  x2 = std::min(x2, owner_.Width());
-  y2 = std::min(y2, owner_.Height());
-  for (int y = y1; y < y2; ++y)
-    for (int x = x1; x < x2; ++x) owner_.SetPixel(x, y, color);
+  for (int y = std::max(y1, 0); y < std::min(y2, owner_.Height()); ++y)
+    for (int x = std::max(x1, 0); x < std::min(x2, owner_.Width()); ++x)
+      owner_.SetPixel(x, y, color);
 }
 
 // Installs the recording bitmap as the factory for the life of the object.

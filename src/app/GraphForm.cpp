@@ -188,12 +188,12 @@ float TGraphForm::TimeOf(const SpotRec& track, int32_t k) const {
 // Stored positions are relative to the header position unless the file held absolute
 // ones; "Use Relative XY coor." measures from the first shown point instead.
 float TGraphForm::XOf(const SpotRec& track, int32_t k) const {
-  if (Menu.Checked("UseRelativeXY")) return track.X[k] - track.X[FirstIndex];
+  if (relativeXY_) return track.X[k] - track.X[FirstIndex];
   return main_.Format2016 ? track.X[k] : static_cast<float>(track.PosX * 0.1 + track.X[k]);
 }
 
 float TGraphForm::YOf(const SpotRec& track, int32_t k) const {
-  if (Menu.Checked("UseRelativeXY")) return track.Y[k] - track.Y[FirstIndex];
+  if (relativeXY_) return track.Y[k] - track.Y[FirstIndex];
   return main_.Format2016 ? track.Y[k] : static_cast<float>(track.PosY * 0.1 + track.Y[k]);
 }
 
@@ -459,6 +459,7 @@ void TGraphForm::SaveDataAsTXTClick() {
 // Every trim ends the same way: the shown stretch is clipped to the new track, the
 // track is redrawn and the main window recomputes.
 void TGraphForm::Trimmed(bool recomputeMobility) {
+  main_.TracksChanged();  // the kept MSD curve of the trimmed track is stale
   SpotRec* track = ShownTrack();
   if (track && recomputeMobility)
     RecomputeMobility(*track, main_.S, main_.CurrentPairRules(), *main_.Scratch);

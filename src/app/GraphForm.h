@@ -179,5 +179,6 @@ class TGraphForm {
   std::unique_ptr<DriftTables> drift_;
   std::unique_ptr<double[]> pairCounts_;
   int32_t filledEnd_ = 0;  // rows hold values up to here (exclusive)
+  bool relativeXY_ = true;  // "Use Relative XY coor." as the view being built reads it
   int dragStartX_ = -1;
 };

@@ -106,6 +106,7 @@ void TGraphForm::DrawTrack() {
   Graph.XTitle = "Time (" + TimeUnit() + ")";
   Graph.Y0Title = "Intesity (counts/pix)";
   ClampIndexes();
+  relativeXY_ = Menu.Checked("UseRelativeXY");
   Menu.SetEnabled("RemoveEnds", ZoomedIn());
   const SpotRec* track = ShownTrack();
   if (!track || ShownPoints() == 0) {

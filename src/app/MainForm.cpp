@@ -34,6 +34,7 @@ TMainForm::TMainForm(Platform& platform) : platform_(platform) {
   RightData.reset(new (std::nothrow) float[kPanelRows * kPanelStride]());
   Scratch.reset(new (std::nothrow) MsdScratch());
   WorkRows.reset(new (std::nothrow) float[kWorkRows * kRowLength]());
+  MsdCurves.reset(new (std::nothrow) MsdCurveCache());
   if (!LeftData || !RightData || !Scratch || !WorkRows) {
     Spots.Spots.reset();
     platform_.ShowMessage("Can not allocate memory for SPOT data");
@@ -60,14 +61,18 @@ PairRules TMainForm::CurrentPairRules() const {
   return rules;
 }
 
+void TMainForm::TracksChanged() {
+  if (MsdCurves) MsdCurves->Invalidate();
+}
+
 void TMainForm::ComputeTrackValuesOf(int32_t first, int32_t end) {
   ComputeTrackValuesParallel(Spots, first, end, S, CurrentPairRules(), ThreadPool::Shared(),
-                             *Scratch);
+                             *Scratch, false, MsdCurves.get());
 }
 
 void TMainForm::RecomputeAllMobility() {
   ComputeTrackValuesParallel(Spots, 0, Spots.NSpots, S, CurrentPairRules(), ThreadPool::Shared(),
-                             *Scratch, true);
+                             *Scratch, true, MsdCurves.get());
 }
 
 int32_t TMainForm::SelectSpots() {
@@ -163,9 +168,42 @@ bool TMainForm::HasCommand(std::string_view name) const {
   return false;
 }
 
+namespace {
+
+// Commands that change neither coordinates nor point counts nor the pair rule: the kept
+// MSD curves stay current across them (a changed lag unit is caught per curve). Every
+// other command, and any command added later, makes them stale first.
+bool LeavesTracksAlone(const MenuModel& menu, std::string_view name) {
+  static const std::string_view kCommands[] = {
+      "L_RemeberGraph", "R_RemeberGraph", "ShowFreq", "AutoScaling", "IncrDlatLim",
+      "DecrDlatLim", "NextSpot", "PrevSpot", "ViewTrack", "ViewerPicture", "SetGraph",
+      // settings prompts and toggles
+      "DeltaTime", "IntStep", "SetDlatBin", "DistBinSet", "VelocityBinSet", "SetVelocityStep",
+      "TimeMinutes", "SetStestThresh", "SetMSDfittingLimit", "VelocityLimit",
+      "HighVelocityThresh", "MinNumDataPointsSet", "SetDistanceLimit", "StartFrame",
+      "SetDlatThresh", "SetVelThresh", "Time0", "UseTimeWindow", "TwoStepsOnly",
+      "StoppingSpots", "FastMovingSpots",
+      // pictures and text exports of the main window
+      "PrintZoom", "PrintGraphs", "SaveAsBMP", "SaveDistAsTXT", "SaveDistAsCSV", "SaveMSDdT",
+      "SaveXYIntData", "SaveXYdata", "SaveIntensityData", "SaveXYIntColumns",
+      "PutTimeInTXTfile", "SaveDlatVersInt", "SaveDlatVerLen", "SaveStopTimes",
+      "SaveDlatInstVelData"};
+  for (std::string_view command : kCommands)
+    if (command == name) return true;
+  // The panel and class choices.
+  if (!menu.Has(name)) return false;
+  const int group = menu.Item(name).group;
+  return group == MenuGroup::LeftPanel || group == MenuGroup::RightPanel ||
+         group == MenuGroup::Length || group == MenuGroup::Intensity ||
+         group == MenuGroup::DlatClass || group == MenuGroup::Velocity;
+}
+
+}  // namespace
+
 bool TMainForm::RunCommand(std::string_view name) {
   for (auto& [commandName, handler] : commands_) {
     if (commandName == name) {
+      if (!LeavesTracksAlone(Menu, name)) TracksChanged();
       handler();
       return true;
     }

@@ -18,6 +18,7 @@
 #include "edit/RunningFilters.h"
 #include "plot/TQVgraph.h"
 #include "stats/Analysis.h"
+#include "stats/MsdCurveCache.h"
 #include "stats/TrackValues.h"
 #include "store/Settings.h"
 #include "store/TrackStore.h"
@@ -72,6 +73,15 @@ class TMainForm {
 
   // Work arrays of the per-track computations on load.
   std::unique_ptr<MsdScratch> Scratch;
+  // Every track's MSD curve, kept from load on for the MSD panel. RunCommand makes the
+  // kept curves stale before every command not known to leave coordinates, point counts
+  // and the pair rule alone; code that changes tracks outside a command calls
+  // TracksChanged() itself.
+  std::unique_ptr<MsdCurveCache> MsdCurves;
+  void TracksChanged();
+  // The panels run their plain loops: no kept curves, no worker threads, no spatial grid
+  // (the reference the benchmarks and tests hold the faster paths against).
+  bool PlainAnalysis = false;
   // Rows the analyses fill before copying them to a panel.
   std::unique_ptr<float[]> WorkRows;  // kWorkRows x kRowLength
 

@@ -43,6 +43,7 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
     return;
   }
   platform_.CloseViewer();
+  TracksChanged();  // records are refilled; the curves kept while reading are current
   SetCaption(path);
   LeftGraph.Caption = path;
   RightGraph.Caption = path;
@@ -66,7 +67,7 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
   const QviStop stop =
       ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *Scratch, [&] {
         platform_.Progress(path, std::min(1.0, static_cast<double>(reader.Offset()) / bytes));
-      });
+      }, 0.1, MsdCurves.get());
   platform_.Progress(path, 1.0);
   if (stop == QviStop::AllocationFailed)
     platform_.ShowMessage("Can not allocate memory for Int, X, Y data");
@@ -111,6 +112,7 @@ void TMainForm::OpenXYtxtClick() {
     return;
   }
 
+  TracksChanged();
   const PairRules rules = CurrentPairRules();
   SpotRec& first = Spots[0];
   first.Int = std::move(imported.Int);

@@ -4,6 +4,7 @@
 #include "app/MainForm.h"
 #include "app/PanelTable.h"
 #include "plot/Ticks.h"
+#include "stats/ThreadPool.h"
 #include "store/Numbers.h"
 
 namespace {
@@ -39,15 +40,20 @@ AnalysisContext TMainForm::MakeAnalysisContext() {
   flags.TimeMinutes = Menu.Checked("TimeMinutes");
   flags.UseTimeWindow = Menu.Checked("UseTimeWindow");
   flags.Rules = CurrentPairRules();
-  return AnalysisContext{Spots,
-                         S,
-                         flags,
-                         TimeUnit,
-                         DlatUnit,
-                         Results,
-                         WorkRows.get(),
-                         [this](const std::string& text) { platform_.ShowMessage(text); },
-                         [this] { platform_.CloseMainWindow(); }};
+  AnalysisContext context{Spots,
+                          S,
+                          flags,
+                          TimeUnit,
+                          DlatUnit,
+                          Results,
+                          WorkRows.get(),
+                          [this](const std::string& text) { platform_.ShowMessage(text); },
+                          [this] { platform_.CloseMainWindow(); }};
+  if (!PlainAnalysis) {
+    context.Curves = MsdCurves && MsdCurves->Ready() ? MsdCurves.get() : nullptr;
+    context.Pool = &ThreadPool::Shared();
+  }
+  return context;
 }
 
 void TMainForm::RunPanel(const std::string& item, TQVgraph& graph) {

@@ -1,6 +1,7 @@
 #pragma once
 // Platform for the headless batch tool: each command's prompt or file dialog is
 // answered by the value given with it on the command line; messages go to stderr.
+#include <chrono>
 #include <functional>
 #include <iosfwd>
 #include <utility>
@@ -41,6 +42,10 @@ class BatchPlatform : public Platform {
   void CloseMainWindow() override { closed_ = true; }
   // No dialogs headless: the graph keeps its settings.
   void ShowGraphDialog(TQVgraphDlgForm&) override {}
+  // Long jobs show a percentage on one line of the message stream, rewritten in place;
+  // only when enabled (the batch tool enables it when stderr is a terminal).
+  void Progress(const std::string& what, double fraction) override;
+  void EnableProgress(bool on) { progressOn_ = on; }
 
   const std::string& caption() const { return caption_; }
   const std::string& status() const { return status_; }
@@ -56,4 +61,7 @@ class BatchPlatform : public Platform {
   std::string caption_;
   std::string status_;
   bool closed_ = false;
+  bool progressOn_ = false;
+  std::chrono::steady_clock::time_point progressStart_;
+  int progressShown_ = -1;  // the percentage on the line, -1 = no line yet
 };

@@ -1,4 +1,7 @@
 // kinetra-batch: the main window's commands driven from the command line.
+#include <unistd.h>
+
+#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -38,6 +41,7 @@ int main(int argc, char** argv) {
   const auto options = ParseBatchOptions(args, error);
 
   BatchPlatform platform(std::cerr);
+  platform.EnableProgress(isatty(fileno(stderr)) != 0);
   TMainForm form(platform);
   if (!form.Ready()) return 1;
   if (!options) {

@@ -22,49 +22,75 @@ void RemoveEnds(TrackStore& store) {
 
 namespace {
 
-// Header positions as wide integers: their difference never overflows.
-bool Close(const SpotRec& a, const SpotRec& b) {
-  return std::llabs(int64_t{a.PosX} - b.PosX) < 6 && std::llabs(int64_t{a.PosY} - b.PosY) < 6;
+// Runs of equal PosX that can hold tracks within 5 of one PosX: at most 11.
+constexpr int kMaxRuns = 11;
+
+// The active tracks in the order of the scratch arrays; returns their count.
+int32_t OrderByPosX(const TrackStore& store, DuplicateScratch& scratch) {
+  int32_t count = 0;
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    scratch.Active[i] = store[i].Valid ? 1 : 0;
+    if (!store[i].Valid) continue;
+    // PosX made unsigned in the high half, the index in the low one: sorting the keys
+    // sorts by PosX, then by index.
+    const uint64_t x = static_cast<uint32_t>(store[i].PosX) ^ 0x80000000u;
+    scratch.Keys[count++] = (x << 32) | static_cast<uint32_t>(i);
+  }
+  std::sort(scratch.Keys, scratch.Keys + count);
+  for (int32_t m = 0; m < count; ++m) {
+    const int32_t i = static_cast<int32_t>(scratch.Keys[m] & 0xFFFFFFFFu);
+    scratch.Index[m] = i;
+    scratch.PosX[m] = store[i].PosX;
+    scratch.PosY[m] = store[i].PosY;
+  }
+  return count;
 }
 
 }  // namespace
 
 int32_t RemoveDupicates(TrackStore& store, DuplicateScratch& scratch) {
-  // Only close pairs act, so each track looks only at the tracks within 5 of its PosX,
-  // taken in index order: the same result as trying every k, without the N² tries.
+  // Only close pairs act, so track i needs to meet only the tracks within 5 of its PosX,
+  // in index order: the runs of equal PosX around it (each already in index order) are
+  // merged. Same result as trying every k, without the N² tries on a sparse field.
   int32_t cleared = 0;
   bool found = true;
   while (found) {
     found = false;
-    // A pass never revives a track, so the tracks valid at its start are all it can meet.
-    int32_t count = 0;
-    for (int32_t i = 0; i < store.NSpots; ++i)
-      if (store[i].Valid) scratch.ByPosX[count++] = i;
-    std::sort(scratch.ByPosX, scratch.ByPosX + count, [&store](int32_t a, int32_t b) {
-      return store[a].PosX != store[b].PosX ? store[a].PosX < store[b].PosX : a < b;
-    });
-    const int32_t* const begin = scratch.ByPosX;
-    const int32_t* const end = scratch.ByPosX + count;
-
+    // A pass never revives a track, so the tracks active at its start are all it can meet.
+    const int32_t count = OrderByPosX(store, scratch);
     for (int32_t i = 0; i < store.NSpots; ++i) {
       SpotRec& ti = store[i];
       if (!ti.Valid) continue;
-      const int64_t lowest = int64_t{ti.PosX} - 5;
-      const int32_t* from = std::lower_bound(
-          begin, end, lowest, [&store](int32_t k, int64_t x) { return store[k].PosX < x; });
-      int32_t neighbours = 0;
-      for (const int32_t* p = from; p != end && store[*p].PosX <= int64_t{ti.PosX} + 5; ++p)
-        if (*p != i && store[*p].Valid && Close(ti, store[*p]))
-          scratch.Neighbours[neighbours++] = *p;
-      std::sort(scratch.Neighbours, scratch.Neighbours + neighbours);
-
-      for (int32_t m = 0; m < neighbours; ++m) {
-        SpotRec& tk = store[scratch.Neighbours[m]];
-        if (!tk.Valid) continue;
+      // Header positions as wide integers: their differences never overflow.
+      const int64_t x = ti.PosX, y = ti.PosY;
+      int32_t head[kMaxRuns], end[kMaxRuns];
+      int runs = 0;
+      int32_t m = static_cast<int32_t>(
+          std::lower_bound(scratch.PosX, scratch.PosX + count, x - 5,
+                           [](int32_t a, int64_t b) { return a < b; }) -
+          scratch.PosX);
+      while (m < count && scratch.PosX[m] <= x + 5) {
+        head[runs] = m;
+        while (m < count && scratch.PosX[m] == scratch.PosX[head[runs]]) ++m;
+        end[runs++] = m;
+      }
+      for (;;) {
+        // The next close track by index among the heads of the runs.
+        int best = -1;
+        for (int r = 0; r < runs; ++r) {
+          int32_t& h = head[r];
+          while (h < end[r] && (scratch.Index[h] == i || std::llabs(scratch.PosY[h] - y) >= 6))
+            ++h;
+          if (h < end[r] && (best < 0 || scratch.Index[h] < scratch.Index[head[best]])) best = r;
+        }
+        if (best < 0) break;
+        const int32_t k = scratch.Index[head[best]++];
+        if (!scratch.Active[k]) continue;
         found = true;
-        SpotRec& loser = ti.AverInt > tk.AverInt ? tk : ti;
-        if (loser.Valid) ++cleared;
-        loser.Valid = 0;
+        const int32_t loser = ti.AverInt > store[k].AverInt ? k : i;
+        if (scratch.Active[loser]) ++cleared;
+        scratch.Active[loser] = 0;
+        store[loser].Valid = 0;
       }
     }
   }

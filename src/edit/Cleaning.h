@@ -12,10 +12,14 @@
 // count stops at 0 rather than going negative). AverInt stays as it was.
 void RemoveEnds(TrackStore& store);
 
-// Work arrays of RemoveDupicates, one slot per record.
+// Work arrays of RemoveDupicates, one slot per record: the tracks active at the start
+// of a pass, ordered by PosX, then index, with their header positions side by side.
 struct DuplicateScratch {
-  int32_t ByPosX[kStoreCapacity];      // valid tracks ordered by PosX, then index
-  int32_t Neighbours[kStoreCapacity];  // the close tracks of one track, by index
+  uint64_t Keys[kStoreCapacity];
+  int32_t Index[kStoreCapacity];
+  int32_t PosX[kStoreCapacity];
+  int32_t PosY[kStoreCapacity];
+  uint8_t Active[kStoreCapacity];  // Valid of every track by index, kept compact for speed
 };
 
 // Deactivates the weaker of every two active tracks whose header positions differ by

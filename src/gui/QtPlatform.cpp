@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QProgressDialog>
 
 #include "gui/GraphSettingsDialog.h"
 #include "plot/Canvas.h"
@@ -107,4 +108,24 @@ void QtPlatform::Beep() { QApplication::beep(); }
 void QtPlatform::ShowGraphDialog(TQVgraphDlgForm& dialog) {
   GraphSettingsDialog window(dialog, parent_);
   window.exec();
+}
+
+void QtPlatform::Progress(const std::string& what, double fraction) {
+  constexpr int kSteps = 1000;
+  if (fraction <= 0) {
+    delete progress_;
+    progress_ = new QProgressDialog(ToQt("Reading " + what), QString(), 0, kSteps, parent_);
+    progress_->setWindowModality(Qt::WindowModal);  // setValue then keeps the window painted
+    progress_->setMinimumDuration(500);
+    progress_->setAutoClose(false);
+    progress_->setValue(0);
+    return;
+  }
+  if (!progress_) return;
+  if (fraction >= 1) {
+    delete progress_;
+    progress_ = nullptr;
+    return;
+  }
+  progress_->setValue(static_cast<int>(fraction * kSteps));
 }

@@ -5,6 +5,7 @@
 
 #include "app/Platform.h"
 
+class QProgressDialog;
 class QWidget;
 
 class QtPlatform : public Platform {
@@ -36,6 +37,8 @@ class QtPlatform : public Platform {
   void CloseViewer() override { Call(hooks_.closeViewer); }
   void CloseMainWindow() override { Call(hooks_.closeMainWindow); }
   void ShowGraphDialog(TQVgraphDlgForm& dialog) override;
+  // A progress dialog over the window for jobs that run longer than half a second.
+  void Progress(const std::string& what, double fraction) override;
 
  private:
   template <typename F, typename... Args>
@@ -46,4 +49,5 @@ class QtPlatform : public Platform {
   QWidget* parent_;
   WindowHooks hooks_;
   bool printerChosen_ = false;
+  QProgressDialog* progress_ = nullptr;  // owned by parent_ while a job runs
 };

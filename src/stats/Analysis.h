@@ -11,6 +11,8 @@
 #include "store/TrackStore.h"
 
 class TQVgraph;
+class MsdCurveCache;
+class ThreadPool;
 
 // "Save Dlat - InstVel Data": the export command opens its file, sets WriteLine and
 // arms this; the next instant-velocity run hands it one finished line per value
@@ -60,6 +62,11 @@ struct AnalysisContext {
   float* Work;  // kWorkRows rows of kRowLength floats
   std::function<void(const std::string&)> Message;
   std::function<void()> CloseMainWindow;
+  // The faster ways to the same results: per-track MSD curves kept between runs (null:
+  // every curve is computed afresh) and worker threads with a spatial grid (null: the
+  // straightforward loops on this thread, the reference the others are held against).
+  MsdCurveCache* Curves = nullptr;
+  ThreadPool* Pool = nullptr;
 
   float* WorkRow(int r) const { return Work + static_cast<size_t>(r) * kRowLength; }
   double LagUnit() const { return S.dT * S.TimeScale; }

@@ -8,6 +8,8 @@
 #include "plot/TQVgraph.h"
 #include "stats/Fits.h"
 #include "stats/Histogram.h"
+#include "stats/MsdCurveCache.h"
+#include "stats/ThreadPool.h"
 #include "store/Numbers.h"
 
 namespace {
@@ -23,6 +25,37 @@ int32_t UsablePoints(const SpotRec& track) {
 }
 
 int32_t StoredTracks(const TrackStore& spots) { return std::clamp(spots.NSpots, 0, kStoreCapacity); }
+
+// Makes the kept curve (and its Dlat for `lag`) of every selected track current: the
+// stale ones are computed, on the workers when there are any. A curve that cannot be
+// kept for want of memory stays stale, and the panel computes it on the spot.
+void KeepSelectedCurves(const AnalysisContext& context, MsdCurveCache& curves, float lag,
+                        bool independent) {
+  const TrackStore& spots = context.Spots;
+  const int32_t records = StoredTracks(spots);
+  ThreadPool* pool = context.Pool;
+  const unsigned slots = pool ? pool->Slots() : 1;
+  std::unique_ptr<MsdScratch[]> scratch(new (std::nothrow) MsdScratch[slots]);
+  if (!scratch) return;
+  auto keep = [&](int64_t from, int64_t to, unsigned worker) {
+    MsdScratch& work = scratch[worker];
+    for (int32_t i = static_cast<int32_t>(from); i < to; ++i) {
+      const SpotRec& track = spots[i];
+      if (!track.Selected) continue;
+      const int32_t n = UsablePoints(track);
+      if (!curves.Find(i, n, independent)) {
+        CalcTrackMSD(track.X.data(), track.Y.data(), n, lag, work.Dk, work.MSD, independent);
+        curves.Keep(i, n, independent, work.MSD);
+        if (!curves.Find(i, n, independent)) continue;
+      }
+      curves.Dlat(i, lag);
+    }
+  };
+  if (!pool) return keep(0, records, 0);
+  // Chunks small enough to share out tracks of very different lengths.
+  const int64_t grain = std::clamp<int64_t>(records / (8 * static_cast<int64_t>(slots)), 16, 2048);
+  pool->ParallelFor(0, records, grain, keep);
+}
 
 }  // namespace
 
@@ -107,15 +140,34 @@ void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   results.AverDlat = 0;
   results.NMSDPoints = 0;
 
-  // First pass: sums and counts per lag. A track of n points adds lags 0 .. n/2 - 2.
-  for (int32_t i = 0; i < StoredTracks(spots); ++i) {
+  // Each selected track's curve: the kept one when it is current, else computed here
+  // into the scratch (without kept curves, every time, as in both passes below).
+  MsdCurveCache* curves = context.Curves;
+  if (curves) KeepSelectedCurves(context, *curves, lag, independent);
+  auto curveOf = [&](int32_t i, int32_t n, double* dlat) -> const float* {
+    if (curves) {
+      if (const float* kept = curves->Find(i, n, independent)) {
+        if (dlat) *dlat = curves->Dlat(i, lag);
+        return kept;
+      }
+    }
     const SpotRec& track = spots[i];
-    if (!track.Selected) continue;
-    const int32_t n = UsablePoints(track);
-    results.AverDlat += CalcTrackMSD(track.X.data(), track.Y.data(), n, lag, Dk, msd.get(),
-                                     independent);
+    const double value =
+        CalcTrackMSD(track.X.data(), track.Y.data(), n, lag, Dk, msd.get(), independent);
+    if (dlat) *dlat = value;
+    return msd.get();
+  };
+
+  // First pass: sums and counts per lag, over the tracks in store order. A track of n
+  // points adds lags 0 .. n/2 - 2 (its slot 0 is 0).
+  for (int32_t i = 0; i < StoredTracks(spots); ++i) {
+    if (!spots[i].Selected) continue;
+    const int32_t n = UsablePoints(spots[i]);
+    double dlat = 0;
+    const float* curve = curveOf(i, n, &dlat);
+    results.AverDlat += dlat;
     for (int32_t k = 0; k <= n / 2 - 2; ++k) {
-      MeanMSD[k] += msd[k];
+      MeanMSD[k] += curve[k];
       NTracks[k] += 1;
     }
   }
@@ -130,14 +182,13 @@ void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   results.NMSDPoints = NMSDPoints;
   for (int32_t k = 0; k < NMSDPoints; ++k) MeanMSD[k] = MeanMSD[k] / NTracks[k];
 
-  // Second pass: the spread around the mean, recomputing each curve rather than keeping all.
+  // Second pass: the spread around the mean, each curve again (recomputed when not kept).
   for (int32_t i = 0; i < StoredTracks(spots); ++i) {
-    const SpotRec& track = spots[i];
-    if (!track.Selected) continue;
-    const int32_t n = UsablePoints(track);
-    CalcTrackMSD(track.X.data(), track.Y.data(), n, lag, Dk, msd.get(), independent);
+    if (!spots[i].Selected) continue;
+    const int32_t n = UsablePoints(spots[i]);
+    const float* curve = curveOf(i, n, nullptr);
     for (int32_t k = 0; k <= n / 2 - 2; ++k) {
-      const float d = msd[k] - MeanMSD[k];
+      const float d = curve[k] - MeanMSD[k];
       VarMSD[k] += d * d;
     }
   }

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <new>
 
+#include "stats/MsdCurveCache.h"
+
 namespace {
 
 // Rough cost of a track's values in pair additions: the overlapping MSD dominates.
@@ -14,44 +16,63 @@ int64_t TrackWork(const SpotRec& track) {
 // A chunk is worth a task from about this much work on (a millisecond or so).
 constexpr int64_t kChunkWork = 3'000'000;
 
+// The curve the track's values were just computed with, into `curves` (if any).
+void KeepCurve(MsdCurveCache* curves, const TrackStore& store, int32_t i, const PairRules& rules,
+               const MsdScratch& scratch) {
+  if (curves) curves->Keep(i, store[i].NPoints, rules.IndependentPairs, scratch.MSD);
+}
+
 void ComputeRange(TrackStore& store, int32_t first, int32_t end, const Settings& settings,
-                  const PairRules& rules, MsdScratch& scratch, bool mobilityOnly) {
-  for (int32_t i = first; i < end; ++i) {
-    if (mobilityOnly)
-      RecomputeMobility(store[i], settings, rules, scratch);
-    else
-      ComputeTrackValues(store[i], settings, rules, scratch);
+                  const PairRules& rules, BatchScratch& scratch, bool mobilityOnly,
+                  MsdCurveCache* curves) {
+  if (mobilityOnly) {
+    for (int32_t i = first; i < end; ++i) {
+      RecomputeMobility(store[i], settings, rules, scratch.Msd[0]);
+      KeepCurve(curves, store, i, rules, scratch.Msd[0]);
+    }
+    return;
+  }
+  SpotRec* batch[BatchScratch::kTracks];
+  for (int32_t i = first; i < end; i += BatchScratch::kTracks) {
+    int count = 0;
+    for (int32_t j = i; j < end && count < BatchScratch::kTracks; ++j) batch[count++] = &store[j];
+    ComputeTrackValuesBatch(batch, count, settings, rules, scratch);
+    for (int t = 0; t < count; ++t) KeepCurve(curves, store, i + t, rules, scratch.Msd[t]);
   }
 }
 
 }  // namespace
 
 WorkerScratch::WorkerScratch(const ThreadPool& pool)
-    : scratch_(new (std::nothrow) MsdScratch[pool.Slots()]) {}
+    : scratch_(new (std::nothrow) BatchScratch[pool.Slots()]) {}
 
 void ComputeTrackValuesParallel(TrackStore& store, int32_t first, int32_t end,
                                 const Settings& settings, const PairRules& rules,
-                                ThreadPool& pool, MsdScratch& scratch, bool mobilityOnly) {
+                                ThreadPool& pool, MsdScratch& scratch, bool mobilityOnly,
+                                MsdCurveCache* curves) {
   int64_t work = 0;
   for (int32_t i = first; i < end; ++i) work += TrackWork(store[i]);
-  if (work < 2 * kChunkWork || pool.Slots() < 2) {
-    ComputeRange(store, first, end, settings, rules, scratch, mobilityOnly);
-    return;
-  }
+  auto oneByOne = [&] {
+    for (int32_t i = first; i < end; ++i) {
+      if (mobilityOnly)
+        RecomputeMobility(store[i], settings, rules, scratch);
+      else
+        ComputeTrackValues(store[i], settings, rules, scratch);
+      KeepCurve(curves, store, i, rules, scratch);
+    }
+  };
+  if (work < 2 * kChunkWork || pool.Slots() < 2) return oneByOne();
   WorkerScratch workers(pool);
-  if (!workers.Ready()) {
-    ComputeRange(store, first, end, settings, rules, scratch, mobilityOnly);
-    return;
-  }
+  if (!workers.Ready()) return oneByOne();
   // Chunks of about equal work, cut in store order; workers take them as they come free.
   int32_t chunkStart = first;
   int64_t chunkWork = 0;
   for (int32_t i = first; i < end; ++i) {
     chunkWork += TrackWork(store[i]);
     if (chunkWork >= kChunkWork || i + 1 == end) {
-      pool.Submit([&store, &settings, &rules, &workers, mobilityOnly, from = chunkStart,
+      pool.Submit([&store, &settings, &rules, &workers, mobilityOnly, curves, from = chunkStart,
                    to = i + 1](unsigned worker) {
-        ComputeRange(store, from, to, settings, rules, workers[worker], mobilityOnly);
+        ComputeRange(store, from, to, settings, rules, workers[worker], mobilityOnly, curves);
       });
       chunkStart = i + 1;
       chunkWork = 0;
@@ -62,7 +83,8 @@ void ComputeTrackValuesParallel(TrackStore& store, int32_t first, int32_t end,
 
 QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings& settings,
                            const PairRules& rules, ThreadPool& pool, MsdScratch& scratch,
-                           const std::function<void()>& pause, double pauseSeconds) {
+                           const std::function<void()>& pause, double pauseSeconds,
+                           MsdCurveCache* curves) {
   using Clock = std::chrono::steady_clock;
   WorkerScratch workers(pool);
   if (!workers.Ready()) {
@@ -70,6 +92,7 @@ QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings&
     auto lastPause = Clock::now();
     return reader.ReadTracks(store, [&](SpotRec& track) {
       ComputeTrackValues(track, settings, rules, scratch);
+      KeepCurve(curves, store, static_cast<int32_t>(&track - &store[0]), rules, scratch);
       if (pause && Clock::now() - lastPause >= std::chrono::duration<double>(pauseSeconds)) {
         pause();
         lastPause = Clock::now();
@@ -82,8 +105,8 @@ QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings&
   int32_t queued = first;  // tracks [first, queued) have been given to the workers
   int64_t pendingWork = 0;
   auto queue = [&](int32_t to) {
-    pool.Submit([&store, &settings, &rules, &workers, from = queued, to](unsigned worker) {
-      ComputeRange(store, from, to, settings, rules, workers[worker], false);
+    pool.Submit([&store, &settings, &rules, &workers, curves, from = queued, to](unsigned worker) {
+      ComputeRange(store, from, to, settings, rules, workers[worker], false, curves);
     });
     queued = to;
     pendingWork = 0;

@@ -13,24 +13,28 @@
 #include "store/Settings.h"
 #include "store/TrackStore.h"
 
-// One MsdScratch per worker of a pool.
+class MsdCurveCache;
+
+// Work arrays for each worker of a pool.
 class WorkerScratch {
  public:
   explicit WorkerScratch(const ThreadPool& pool);
   // False when memory was short; callers then compute on their own thread.
   bool Ready() const { return scratch_ != nullptr; }
-  MsdScratch& operator[](unsigned worker) { return scratch_[worker]; }
+  BatchScratch& operator[](unsigned worker) { return scratch_[worker]; }
 
  private:
-  std::unique_ptr<MsdScratch[]> scratch_;
+  std::unique_ptr<BatchScratch[]> scratch_;
 };
 
 // ComputeTrackValues (or, with mobilityOnly, RecomputeMobility) for the tracks
 // [first, end) of the store, spread over the pool; small ranges and a shortage of memory
-// for the workers' scratch run on the calling thread with `scratch`.
+// for the workers' scratch run on the calling thread with `scratch`. With `curves`, each
+// track's MSD curve is kept there as it is computed.
 void ComputeTrackValuesParallel(TrackStore& store, int32_t first, int32_t end,
                                 const Settings& settings, const PairRules& rules,
-                                ThreadPool& pool, MsdScratch& scratch, bool mobilityOnly = false);
+                                ThreadPool& pool, MsdScratch& scratch, bool mobilityOnly = false,
+                                MsdCurveCache* curves = nullptr);
 
 // The rest of the file into the store, exactly as QviReader::ReadTracks reads it, while
 // the pool computes the per-track values of the tracks read so far. Values are computed
@@ -40,7 +44,8 @@ void ComputeTrackValuesParallel(TrackStore& store, int32_t first, int32_t end,
 // worker is touching the store meanwhile).
 QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings& settings,
                            const PairRules& rules, ThreadPool& pool, MsdScratch& scratch,
-                           const std::function<void()>& pause = {}, double pauseSeconds = 0.1);
+                           const std::function<void()>& pause = {}, double pauseSeconds = 0.1,
+                           MsdCurveCache* curves = nullptr);
 
 // The plain path kept for comparison: each track's values with the scalar loops, on this
 // thread, as soon as the track is read.

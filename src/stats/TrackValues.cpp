@@ -1,5 +1,6 @@
 #include "stats/TrackValues.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <limits>
@@ -62,12 +63,11 @@ double CalcTrackMSDReference(const float* x, const float* y, int32_t n, float la
   return FinishMsd(K, lag, Dk, MSD);
 }
 
-double CalcTrackMSD(const float* x, const float* y, int32_t n, float lag, float* Dk, float* MSD,
-                    bool independentPairs) {
-  const int kernels = Kernels();
-  if (kernels == 0) return CalcTrackMSDReference(x, y, n, lag, Dk, MSD, independentPairs);
-  if (n > kMaxPoints) n = kMaxPoints;
-  const int32_t K = n / 2;
+namespace {
+
+// MSD[k] for k = 1 .. K-1 with the chosen vector kernels (not the plain ones).
+void MsdSums(int kernels, const float* x, const float* y, int32_t n, int32_t K, float* MSD,
+             bool independentPairs) {
   if (independentPairs) {
     // About n log K pairs in all: the plain loop, with the running sum kept in a register
     // (the same float additions in the same order).
@@ -87,6 +87,17 @@ double CalcTrackMSD(const float* x, const float* y, int32_t n, float lag, float*
   } else {
     MsdOverlappingSse2(x, y, n, K, MSD);
   }
+}
+
+}  // namespace
+
+double CalcTrackMSD(const float* x, const float* y, int32_t n, float lag, float* Dk, float* MSD,
+                    bool independentPairs) {
+  const int kernels = Kernels();
+  if (kernels == 0) return CalcTrackMSDReference(x, y, n, lag, Dk, MSD, independentPairs);
+  if (n > kMaxPoints) n = kMaxPoints;
+  const int32_t K = n / 2;
+  MsdSums(kernels, x, y, n, K, MSD, independentPairs);
   return FinishMsd(K, lag, Dk, MSD);
 }
 
@@ -121,27 +132,40 @@ float AverageIntensity(const SpotRec& track) {
 
 namespace {
 
-// IntBefore, IntAfter, STest and StepIndex from the chosen drop position.
+// The levels before and after the chosen drop position.
+float LevelBefore(int32_t W, const DropChoice& scan) { return W > 0 ? scan.sumBefore / W : 0.0f; }
+float LevelAfter(int32_t W, const DropChoice& scan) { return W > 0 ? scan.sumAfter / W : 0.0f; }
+
+// IntBefore, IntAfter, STest and StepIndex from the chosen drop position and the sums of
+// squared deviations from the two levels (before it, and from it on).
+void FinishIntensityDrop(SpotRec& track, int32_t W, const DropChoice& scan, float vb, float va) {
+  const int32_t n = track.NPoints;
+  const int32_t kept = scan.kept;
+  const float drop = W > 0 ? scan.best / W : 0.0f;
+  // With no frames at all there is nothing to spread around the levels.
+  if (n > 0) {
+    vb = vb / kept;
+    va = va / (n - kept);
+  } else {
+    vb = va = 0;
+  }
+  const float spread = vb + va;
+  track.IntBefore = LevelBefore(W, scan);
+  track.IntAfter = LevelAfter(W, scan);
+  track.STest = spread > 0 ? drop / std::sqrt(spread) : 0.0f;
+  track.StepIndex = kept;
+}
+
 void SetIntensityDrop(SpotRec& track, int32_t W, const DropChoice& scan) {
   const int32_t n = track.NPoints;
   const float* in = track.Int.data();
   const int32_t kept = scan.kept;
-  const float before = W > 0 ? scan.sumBefore / W : 0.0f;
-  const float after = W > 0 ? scan.sumAfter / W : 0.0f;
-  const float drop = W > 0 ? scan.best / W : 0.0f;
-  // With no frames at all there is nothing to spread around the levels.
+  const float before = LevelBefore(W, scan);
+  const float after = LevelAfter(W, scan);
   float vb = 0, va = 0;
-  if (n > 0) {
-    for (int32_t i = 0; i < kept && i < n; ++i) vb += (in[i] - before) * (in[i] - before);
-    vb = vb / kept;
-    for (int32_t i = kept; i < n; ++i) va += (in[i] - after) * (in[i] - after);
-    va = va / (n - kept);
-  }
-  const float spread = vb + va;
-  track.IntBefore = before;
-  track.IntAfter = after;
-  track.STest = spread > 0 ? drop / std::sqrt(spread) : 0.0f;
-  track.StepIndex = kept;
+  for (int32_t i = 0; i < kept && i < n; ++i) vb += (in[i] - before) * (in[i] - before);
+  for (int32_t i = kept; i < n; ++i) va += (in[i] - after) * (in[i] - after);
+  FinishIntensityDrop(track, W, scan, vb, va);
 }
 
 }  // namespace
@@ -194,4 +218,123 @@ void ComputeTrackValuesReference(SpotRec& track, const Settings& settings, const
                                                         scratch.MSD, rules.IndependentPairs));
   track.AverVel = static_cast<float>(CalcTrackVelocity(track, settings, rules));
   FindIntensityDropReference(track, settings.IntDropWindow);
+}
+
+namespace {
+
+// Runs step(t, j) for j = 0 .. steps[t]-1 of every chain t, the chains interleaved: each is
+// one running sum whose additions must wait for each other, so several side by side
+// keep the processor busy while each waits.
+template <int G, class Step>
+void Interleaved(const int32_t (&steps)[G], Step&& step) {
+  int32_t common = steps[0], longest = steps[0];
+  for (int t = 1; t < G; ++t) {
+    common = std::min(common, steps[t]);
+    longest = std::max(longest, steps[t]);
+  }
+  int32_t j = 0;
+  for (; j < common; ++j)
+    for (int t = 0; t < G; ++t) step(t, j);
+  for (; j < longest; ++j)
+    for (int t = 0; t < G; ++t)
+      if (j < steps[t]) step(t, j);
+}
+
+}  // namespace
+
+void ComputeTrackValuesBatch(SpotRec* const* tracks, int count, const Settings& settings,
+                             const PairRules& rules, BatchScratch& scratch) {
+  constexpr int G = BatchScratch::kTracks;
+  const int kernels = Kernels();
+  if (kernels == 0 || count < 2 || count > G) {
+    for (int t = 0; t < count; ++t) ComputeTrackValues(*tracks[t], settings, rules, scratch.Msd[t]);
+    return;
+  }
+  const bool avx2 = kernels == 2;
+  const float lag = static_cast<float>(settings.dT * settings.TimeScale);
+  const int32_t s = settings.VelocityStep;
+  const float T = static_cast<float>(s * settings.dT * settings.TimeScale);
+  const int32_t W = settings.IntDropWindow;
+
+  // The parts that vectorise, track by track; the chains they leave are summed below.
+  const float* in[G] = {};
+  int32_t frames[G] = {}, K[G] = {}, dkTerms[G] = {}, velTerms[G] = {}, beforeTerms[G] = {},
+          afterTerms[G] = {};
+  DropChoice drop[G] = {};
+  float before[G] = {}, after[G] = {};
+  for (int t = 0; t < count; ++t) {
+    SpotRec& track = *tracks[t];
+    const int32_t n = track.NPoints;
+    in[t] = track.Int.data();
+    frames[t] = std::max(n, 0);
+
+    const int32_t msdPoints = std::min(n, kMaxPoints);
+    K[t] = msdPoints / 2;
+    MsdScratch& msd = scratch.Msd[t];
+    MsdSums(kernels, track.X.data(), track.Y.data(), msdPoints, K[t], msd.MSD,
+            rules.IndependentPairs);
+    if (avx2)
+      DkFromMsdAvx2(msd.MSD, K[t], lag, msd.Dk);
+    else
+      DkFromMsdSse2(msd.MSD, K[t], lag, msd.Dk);
+    dkTerms[t] = std::max(K[t] - 2, 0);
+
+    // Steps start at 0, 1, 2, ... (every s-th with independent pairs) below n - s - 1.
+    if (s >= 1 && n - s - 1 > 0) {
+      const int32_t advance = rules.IndependentPairs ? s : 1;
+      const int32_t span = n - s - 1;
+      velTerms[t] = (span - 1) / advance + 1;
+      const float* x = track.X.data();
+      const float* y = track.Y.data();
+      double* q = scratch.Terms[t];
+      if (advance == 1 && avx2)
+        VelocityTermsAvx2(x, y, velTerms[t], s, T, rules.AbsoluteXspeed, q);
+      else if (advance == 1)
+        VelocityTermsSse2(x, y, velTerms[t], s, T, rules.AbsoluteXspeed, q);
+      else
+        for (int32_t j = 0, i = 0; j < velTerms[t]; ++j, i += advance) {
+          const float dx = x[i + s] - x[i];
+          const float dy = y[i + s] - y[i];
+          const double term = std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T;
+          q[j] = rules.AbsoluteXspeed && dx < 0 && term == term ? -term : term;
+        }
+    }
+
+    drop[t] = W <= 0 ? DropChoice{0.0f, 1, 0.0f, 0.0f}
+                     : (avx2 ? ScanDropsAvx2(in[t], n, W) : ScanDropsSse2(in[t], n, W));
+    before[t] = LevelBefore(W, drop[t]);
+    after[t] = LevelAfter(W, drop[t]);
+    beforeTerms[t] = std::min(drop[t].kept, frames[t]);
+    afterTerms[t] = std::max(frames[t] - drop[t].kept, 0);
+  }
+
+  float intensity[G] = {};
+  Interleaved(frames, [&](int t, int32_t j) { intensity[t] += in[t][j]; });
+  double dk[G] = {};
+  Interleaved(dkTerms, [&](int t, int32_t j) { dk[t] += scratch.Msd[t].Dk[2 + j]; });
+  // sum + d/T in double, kept as a float after every step; a step to the left adds -d/T.
+  float velocity[G] = {};
+  Interleaved(velTerms, [&](int t, int32_t j) {
+    velocity[t] = static_cast<float>(velocity[t] + scratch.Terms[t][j]);
+  });
+  float vb[G] = {}, va[G] = {};
+  Interleaved(beforeTerms, [&](int t, int32_t j) {
+    vb[t] += (in[t][j] - before[t]) * (in[t][j] - before[t]);
+  });
+  Interleaved(afterTerms, [&](int t, int32_t j) {
+    const float level = in[t][drop[t].kept + j] - after[t];
+    va[t] += level * level;
+  });
+
+  for (int t = 0; t < count; ++t) {
+    SpotRec& track = *tracks[t];
+    track.AverInt = intensity[t] / track.NPoints;
+    track.Dlat = static_cast<float>(K[t] <= 2 ? std::numeric_limits<double>::quiet_NaN()
+                                              : dk[t] / (K[t] - 2));
+    if (velTerms[t] == 0)
+      track.AverVel = 0;
+    else
+      track.AverVel = static_cast<float>(velocity[t] / static_cast<float>(velTerms[t]));
+    FinishIntensityDrop(track, W, drop[t], vb[t], va[t]);
+  }
 }

@@ -49,6 +49,16 @@ struct MsdScratch {
 // AverInt, Dlat, AverVel and the intensity drop, in that order, as on load.
 void ComputeTrackValues(SpotRec& track, const Settings& settings, const PairRules& rules,
                         MsdScratch& scratch);
+// Work arrays for ComputeTrackValuesBatch: MSD arrays and velocity terms per track.
+struct BatchScratch {
+  static constexpr int kTracks = 4;
+  MsdScratch Msd[kTracks];
+  double Terms[kTracks][10000];
+};
+// ComputeTrackValues for up to BatchScratch::kTracks tracks at once (the sums of the
+// tracks interleaved, the same values as one by one).
+void ComputeTrackValuesBatch(SpotRec* const* tracks, int count, const Settings& settings,
+                             const PairRules& rules, BatchScratch& scratch);
 // The same with the plain loops only.
 void ComputeTrackValuesReference(SpotRec& track, const Settings& settings, const PairRules& rules,
                                  MsdScratch& scratch);

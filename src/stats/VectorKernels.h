@@ -20,5 +20,19 @@ void MsdOverlappingAvx2(const float* x, const float* y, int32_t n, int32_t K, fl
 DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w);
 DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w);
 
+// Dk[k] = MSD[k] x 0.25 / (k x lag) for k = 1 .. K-1: the product k x lag in float, the
+// rest in double, the result rounded to float.
+void DkFromMsdSse2(const float* MSD, int32_t K, float lag, float* Dk);
+void DkFromMsdAvx2(const float* MSD, int32_t K, float lag, float* Dk);
+
+// The terms of the average-velocity sum over steps of s frames taken at every frame:
+// q[i] = sqrt(dx² + dy²) / T for i = 0 .. steps-1, with dx = x[i+s] - x[i] and dy alike
+// (floats; the root and the quotient in double). With `leftNegative` a step with dx < 0
+// gets -q (a NaN keeps its sign, so adding -q is exactly subtracting q).
+void VelocityTermsSse2(const float* x, const float* y, int32_t steps, int32_t s, float T,
+                       bool leftNegative, double* q);
+void VelocityTermsAvx2(const float* x, const float* y, int32_t steps, int32_t s, float T,
+                       bool leftNegative, double* q);
+
 // True when this processor runs the AVX2 versions.
 bool CpuHasAvx2();

@@ -41,6 +41,54 @@ void MsdOverlappingAvx2(const float* x, const float* y, int32_t n, int32_t K, fl
 
 DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w) { return ScanDrops<Avx2>(in, n, w); }
 
+void DkFromMsdAvx2(const float* MSD, int32_t K, float lag, float* Dk) {
+  const __m256 lags = _mm256_set1_ps(lag);
+  const __m256d quarter = _mm256_set1_pd(0.25);
+  const __m256i step = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+  int32_t k = 1;
+  for (; k + 8 <= K; k += 8) {
+    const __m256 time =
+        _mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_add_epi32(_mm256_set1_epi32(k), step)), lags);
+    const __m256 msd = _mm256_loadu_ps(MSD + k);
+    const __m256d low = _mm256_div_pd(_mm256_mul_pd(_mm256_cvtps_pd(_mm256_castps256_ps128(msd)), quarter),
+                                      _mm256_cvtps_pd(_mm256_castps256_ps128(time)));
+    const __m256d high = _mm256_div_pd(_mm256_mul_pd(_mm256_cvtps_pd(_mm256_extractf128_ps(msd, 1)), quarter),
+                                       _mm256_cvtps_pd(_mm256_extractf128_ps(time, 1)));
+    _mm256_storeu_ps(Dk + k, _mm256_set_m128(_mm256_cvtpd_ps(high), _mm256_cvtpd_ps(low)));
+  }
+  for (; k < K; ++k) Dk[k] = MSD[k] * 0.25 / (k * lag);
+}
+
+namespace {
+
+__m256d Terms(__m128 dx, __m128 f, __m256d T, bool leftNegative) {
+  __m256d q = _mm256_div_pd(_mm256_sqrt_pd(_mm256_cvtps_pd(f)), T);
+  if (leftNegative) {
+    const __m256d left = _mm256_cmp_pd(_mm256_cvtps_pd(dx), _mm256_setzero_pd(), _CMP_LT_OQ);
+    const __m256d number = _mm256_cmp_pd(q, q, _CMP_ORD_Q);
+    q = _mm256_xor_pd(q, _mm256_and_pd(_mm256_and_pd(left, number), _mm256_set1_pd(-0.0)));
+  }
+  return q;
+}
+
+}  // namespace
+
+void VelocityTermsAvx2(const float* x, const float* y, int32_t steps, int32_t s, float T,
+                       bool leftNegative, double* q) {
+  const __m256d time = _mm256_set1_pd(T);
+  int32_t i = 0;
+  for (; i + 8 <= steps; i += 8) {
+    const __m256 dx = _mm256_sub_ps(_mm256_loadu_ps(x + i + s), _mm256_loadu_ps(x + i));
+    const __m256 dy = _mm256_sub_ps(_mm256_loadu_ps(y + i + s), _mm256_loadu_ps(y + i));
+    const __m256 f = _mm256_add_ps(_mm256_mul_ps(dx, dx), _mm256_mul_ps(dy, dy));
+    _mm256_storeu_pd(q + i, Terms(_mm256_castps256_ps128(dx), _mm256_castps256_ps128(f), time,
+                                  leftNegative));
+    _mm256_storeu_pd(q + i + 4, Terms(_mm256_extractf128_ps(dx, 1), _mm256_extractf128_ps(f, 1),
+                                      time, leftNegative));
+  }
+  for (; i < steps; ++i) q[i] = VelocityTerm(x[i + s] - x[i], y[i + s] - y[i], T, leftNegative);
+}
+
 #pragma GCC pop_options
 
 bool CpuHasAvx2() {
@@ -54,6 +102,11 @@ void MsdOverlappingAvx2(const float* x, const float* y, int32_t n, int32_t K, fl
   MsdOverlappingSse2(x, y, n, K, MSD);
 }
 DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w) { return ScanDropsSse2(in, n, w); }
+void DkFromMsdAvx2(const float* MSD, int32_t K, float lag, float* Dk) { DkFromMsdSse2(MSD, K, lag, Dk); }
+void VelocityTermsAvx2(const float* x, const float* y, int32_t steps, int32_t s, float T,
+                       bool leftNegative, double* q) {
+  VelocityTermsSse2(x, y, steps, s, T, leftNegative, q);
+}
 bool CpuHasAvx2() { return false; }
 
 #endif

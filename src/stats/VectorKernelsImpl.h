@@ -122,4 +122,10 @@ DropChoice ScanDrops(const float* in, int32_t n, int32_t w) {
   return scan;
 }
 
+// One term of the average-velocity sum, as the plain loop forms it.
+inline double VelocityTerm(float dx, float dy, float T, bool leftNegative) {
+  const double q = __builtin_sqrt(static_cast<double>(dx * dx + dy * dy)) / T;
+  return leftNegative && dx < 0 && q == q ? -q : q;
+}
+
 }  // namespace

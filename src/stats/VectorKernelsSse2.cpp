@@ -39,6 +39,49 @@ void MsdOverlappingSse2(const float* x, const float* y, int32_t n, int32_t K, fl
 
 DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w) { return ScanDrops<Sse2>(in, n, w); }
 
+void DkFromMsdSse2(const float* MSD, int32_t K, float lag, float* Dk) {
+  const __m128 lags = _mm_set1_ps(lag);
+  const __m128d quarter = _mm_set1_pd(0.25);
+  int32_t k = 1;
+  for (; k + 4 <= K; k += 4) {
+    const __m128 time = _mm_mul_ps(_mm_cvtepi32_ps(_mm_setr_epi32(k, k + 1, k + 2, k + 3)), lags);
+    const __m128 msd = _mm_loadu_ps(MSD + k);
+    const __m128d low = _mm_div_pd(_mm_mul_pd(_mm_cvtps_pd(msd), quarter), _mm_cvtps_pd(time));
+    const __m128d high = _mm_div_pd(_mm_mul_pd(_mm_cvtps_pd(_mm_movehl_ps(msd, msd)), quarter),
+                                    _mm_cvtps_pd(_mm_movehl_ps(time, time)));
+    _mm_storeu_ps(Dk + k, _mm_movelh_ps(_mm_cvtpd_ps(low), _mm_cvtpd_ps(high)));
+  }
+  for (; k < K; ++k) Dk[k] = MSD[k] * 0.25 / (k * lag);
+}
+
+namespace {
+
+__m128d Terms(__m128 dx, __m128 f, __m128d T, bool leftNegative) {
+  __m128d q = _mm_div_pd(_mm_sqrt_pd(_mm_cvtps_pd(f)), T);
+  if (leftNegative) {
+    const __m128d left = _mm_cmplt_pd(_mm_cvtps_pd(dx), _mm_setzero_pd());
+    const __m128d flip = _mm_and_pd(_mm_and_pd(left, _mm_cmpord_pd(q, q)), _mm_set1_pd(-0.0));
+    q = _mm_xor_pd(q, flip);
+  }
+  return q;
+}
+
+}  // namespace
+
+void VelocityTermsSse2(const float* x, const float* y, int32_t steps, int32_t s, float T,
+                       bool leftNegative, double* q) {
+  const __m128d time = _mm_set1_pd(T);
+  int32_t i = 0;
+  for (; i + 4 <= steps; i += 4) {
+    const __m128 dx = _mm_sub_ps(_mm_loadu_ps(x + i + s), _mm_loadu_ps(x + i));
+    const __m128 dy = _mm_sub_ps(_mm_loadu_ps(y + i + s), _mm_loadu_ps(y + i));
+    const __m128 f = _mm_add_ps(_mm_mul_ps(dx, dx), _mm_mul_ps(dy, dy));
+    _mm_storeu_pd(q + i, Terms(dx, f, time, leftNegative));
+    _mm_storeu_pd(q + i + 2, Terms(_mm_movehl_ps(dx, dx), _mm_movehl_ps(f, f), time, leftNegative));
+  }
+  for (; i < steps; ++i) q[i] = VelocityTerm(x[i + s] - x[i], y[i + s] - y[i], T, leftNegative);
+}
+
 #else
 
 // Without SSE2 the plain loops serve.
@@ -63,6 +106,20 @@ DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w) {
     if (sb - sa > scan.best) scan = {sb - sa, k, sb, sa};
   }
   return scan;
+}
+
+void DkFromMsdSse2(const float* MSD, int32_t K, float lag, float* Dk) {
+  for (int32_t k = 1; k < K; ++k) Dk[k] = MSD[k] * 0.25 / (k * lag);
+}
+
+void VelocityTermsSse2(const float* x, const float* y, int32_t steps, int32_t s, float T,
+                       bool leftNegative, double* q) {
+  for (int32_t i = 0; i < steps; ++i) {
+    const float dx = x[i + s] - x[i];
+    const float dy = y[i + s] - y[i];
+    const double term = __builtin_sqrt(static_cast<double>(dx * dx + dy * dy)) / T;
+    q[i] = leftNegative && dx < 0 && term == term ? -term : term;
+  }
 }
 
 #endif

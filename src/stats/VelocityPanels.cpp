@@ -7,6 +7,7 @@
 
 #include "plot/TQVgraph.h"
 #include "stats/Histogram.h"
+#include "stats/ThreadPool.h"
 #include "store/Numbers.h"
 
 namespace {
@@ -43,6 +44,60 @@ std::string InstantVelocityNote(const AnalysisContext& context) {
 }
 
 void DisarmExport(AnalysisContext& context) { context.Results.InstVelExport.Armed = false; }
+
+// The instant velocity of the step from point i to point i + s.
+float InstantVelocity(const SpotRec& track, int32_t i, int32_t s, float T, bool absoluteX) {
+  const float dx = track.X[i + s] - track.X[i];
+  const float dy = track.Y[i + s] - track.Y[i];
+  float v = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T);
+  if (absoluteX && dx < 0) v = -v;
+  return v;
+}
+
+// What the plain collection of instant velocities gathers, gathered on the workers:
+// each selected track's steps go where the one-by-one loop puts them, cut at the same
+// value. Returns the count and sets `vmin` (the smallest value below 0, else 0: the
+// same whatever the order, NaN never counting); -1 when memory is short.
+int32_t CollectInstantVelocities(const TrackStore& spots, int32_t s, float T, int32_t advance,
+                                 bool absoluteX, ThreadPool& pool, float* values, float& vmin) {
+  struct Run {
+    int32_t track, offset, steps;
+  };
+  std::unique_ptr<Run[]> runs(new (std::nothrow) Run[kStoreCapacity]);
+  if (!runs) return -1;
+  int32_t nRuns = 0, count = 0;
+  for (int32_t t = 0; t < spots.NSpots && t < kStoreCapacity && count < kMaxStepValues; ++t) {
+    const SpotRec& track = spots[t];
+    if (!track.Selected) continue;
+    const int64_t end = static_cast<int64_t>(track.NPoints) - s - 1;
+    if (end <= 0) continue;
+    const int64_t steps = std::min<int64_t>((end - 1) / advance + 1, kMaxStepValues - count);
+    runs[nRuns++] = {t, count, static_cast<int32_t>(steps)};
+    count += static_cast<int32_t>(steps);
+  }
+  constexpr int64_t kGrain = 64;
+  const int64_t chunks = (nRuns + kGrain - 1) / kGrain;
+  std::unique_ptr<float[]> chunkMin(new (std::nothrow) float[static_cast<size_t>(chunks + 1)]);
+  if (!chunkMin) return -1;
+  pool.ParallelFor(0, nRuns, kGrain, [&](int64_t from, int64_t to, unsigned) {
+    float low = 0;
+    for (int64_t r = from; r < to; ++r) {
+      const Run& run = runs[r];
+      const SpotRec& track = spots[run.track];
+      float* out = values + run.offset;
+      for (int32_t j = 0, i = 0; j < run.steps; ++j, i += advance) {
+        const float v = InstantVelocity(track, i, s, T, absoluteX);
+        out[j] = v;
+        if (v < low) low = v;
+      }
+    }
+    chunkMin[from / kGrain] = low;
+  });
+  vmin = 0;
+  for (int64_t c = 0; c < chunks; ++c)
+    if (chunkMin[c] < vmin) vmin = chunkMin[c];
+  return count;
+}
 
 }  // namespace
 
@@ -156,18 +211,23 @@ void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
   float vmin = 0;
   bool full = false;
   // As for the per-track velocity, a step of no frames has no velocity (and would
-  // never advance under independent pairs).
-  for (int32_t t = 0; t < spots.NSpots && !full && s >= 1; ++t) {
+  // never advance under independent pairs). Without an export to feed, the workers may
+  // collect the values.
+  bool collected = false;
+  if (context.Pool && !exporting && s >= 1) {
+    count = CollectInstantVelocities(spots, s, T, advance, rules.AbsoluteXspeed, *context.Pool,
+                                     values.get(), vmin);
+    collected = count >= 0;
+    if (!collected) count = 0;
+  }
+  for (int32_t t = 0; t < spots.NSpots && !collected && !full && s >= 1; ++t) {
     const SpotRec& track = spots[t];
     if (!track.Selected) continue;
     std::string dlatText;
     if (exporting) dlatText = FormatReal(TruncateTo(track.Dlat, 1000, 0.001)) + "\t";
     const int64_t end = static_cast<int64_t>(track.NPoints) - s - 1;
     for (int32_t i = 0; i < end; i += advance) {
-      const float dx = track.X[i + s] - track.X[i];
-      const float dy = track.Y[i + s] - track.Y[i];
-      float v = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T);
-      if (rules.AbsoluteXspeed && dx < 0) v = -v;
+      const float v = InstantVelocity(track, i, s, T, rules.AbsoluteXspeed);
       values[count] = v;
       if (v < vmin) vmin = v;
       if (exporting) exportTo.WriteLine(dlatText + FormatReal(TruncateTo(v, 1000, 0.001)) + "\n");

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "store/FileOpen.h"
 #include "store/Numbers.h"
 #include "store/QviFormat.h"
 
@@ -24,7 +25,7 @@ QviReader::~QviReader() {
 }
 
 bool QviReader::Open(const std::string& path) {
-  file_ = std::fopen(path.c_str(), "rb");
+  file_ = OpenFileForReading(path);
   if (!file_) return false;
   std::setvbuf(file_, nullptr, _IOFBF, 1 << 20);
   unsigned char word[4];

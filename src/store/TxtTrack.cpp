@@ -2,11 +2,12 @@
 
 #include <cstdio>
 
+#include "store/FileOpen.h"
 #include "store/Numbers.h"
 
 bool ReadXYText(const std::string& path, int32_t maxRows,
                 const std::function<void(int32_t, float, float)>& row) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
+  std::FILE* file = OpenFileForReading(path);
   if (!file) return false;
   std::setvbuf(file, nullptr, _IOFBF, 1 << 16);
   std::string token;

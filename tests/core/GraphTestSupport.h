@@ -38,8 +38,22 @@ struct GraphFixture {
   // Line operations drawn in one pen colour.
   std::vector<DrawOp> LinesIn(TColor color) {
     std::vector<DrawOp> out;
-    for (const DrawOp& op : Rec().ops)
-      if (op.kind == "Line" && op.pen == color) out.push_back(op);
+    for (const DrawOp& op : Rec().Of("Line"))
+      if (op.pen == color) out.push_back(op);
     return out;
   }
 };
+
+// x1, y1, x2, y2 of each operation, one after the other.
+inline std::vector<int> Corners(const std::vector<DrawOp>& ops) {
+  std::vector<int> out;
+  for (const DrawOp& op : ops) out.insert(out.end(), {op.x1, op.y1, op.x2, op.y2});
+  return out;
+}
+
+// The end x of each operation.
+inline std::vector<int> Ends(const std::vector<DrawOp>& ops) {
+  std::vector<int> out;
+  for (const DrawOp& op : ops) out.push_back(op.x2);
+  return out;
+}

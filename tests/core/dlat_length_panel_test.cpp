@@ -6,6 +6,7 @@
 
 #include "FakePlatform.h"
 #include "RecordingCanvas.h"
+#include "TrackBuilders.h"
 #include "app/MainForm.h"
 #include "stats/DlatLengthPanel.h"
 
@@ -19,24 +20,20 @@ struct Track {
 
 void Fill(TMainForm& form, const std::vector<Track>& tracks) {
   for (const Track& t : tracks) {
-    SpotRec& s = form.Spots[form.Spots.NSpots++];
-    s.AllocateFrames(t.points);
-    s.NPoints = t.points;
+    SpotRec& s = AddBlankTrack(form, t.points);
     s.Dlat = t.dlat;
     s.Valid = t.valid;
   }
 }
-
-float Left(const TMainForm& form, int row, int i) { return form.LeftData[row * kPanelStride + i]; }
 
 }  // namespace
 
 TEST(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
   FakePlatform platform;
   TMainForm form(platform);
-  const std::vector<Track> tracks = {
-      {20, 0.1f, true}, {20, 0.2f, true}, {20, 0.3f, true}, {12, 0.5f, true}, {15, 0.05f, true},
-      {15, 0.15f, true}, {25, 0.4f, true}, {12, 9.0f, false}, {10000, 7.0f, true}};
+  const std::vector<Track> tracks = {{20, 0.1f, true},  {20, 0.2f, true},  {20, 0.3f, true},
+                                     {12, 0.5f, true},  {15, 0.05f, true}, {15, 0.15f, true},
+                                     {25, 0.4f, true},  {12, 9.0f, false}, {10000, 7.0f, true}};
   Fill(form, tracks);
   form.Results.AverDlat = 0.1234567;
   form.Results.DlatSD = 0.0456789;
@@ -55,16 +52,16 @@ TEST(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
     for (double v : d) mean += v / d.size();
     for (double v : d) error += (v - mean) * (v - mean) / d.size();
     error = d.empty() ? 0 : std::sqrt(error) / std::sqrt(d.size());
-    EXPECT_EQ(Left(form, 0, L), L);
-    EXPECT_NEAR(Left(form, 2, L), mean, 1e-6) << L;
-    EXPECT_NEAR(Left(form, 1, L), error, 1e-6) << L;
-    EXPECT_EQ(Left(form, 3, L), d.size()) << L;
-    EXPECT_EQ(Left(form, 4, L), 0);
+    EXPECT_EQ(g.Row(0)[L], L);
+    EXPECT_NEAR(g.Row(2)[L], mean, 1e-6) << L;
+    EXPECT_NEAR(g.Row(1)[L], error, 1e-6) << L;
+    EXPECT_EQ(g.Row(3)[L], d.size()) << L;
+    EXPECT_EQ(g.Row(4)[L], 0);
   }
-  EXPECT_NEAR(Left(form, 1, 20), 0.0471405, 1e-6);
+  EXPECT_NEAR(g.Row(1)[20], 0.0471405, 1e-6);
   // The longest length lies past the drawn points but is finished all the same.
-  EXPECT_FLOAT_EQ(Left(form, 2, 25), 0.4f);
-  EXPECT_EQ(Left(form, 3, 25), 1);
+  EXPECT_FLOAT_EQ(g.Row(2)[25], 0.4f);
+  EXPECT_EQ(g.Row(3)[25], 1);
   EXPECT_EQ(g.DataFirst, 0);
   EXPECT_EQ(g.DataEnd, 25);
   EXPECT_EQ(g.SeriesCount, 5);
@@ -84,41 +81,40 @@ TEST(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
   form.ChooseClass("ShowShort");
   EXPECT_EQ(g.Notes[0], "Aver. Dlat=0.123µm2/s, SD=0.0456");
   EXPECT_EQ(g.DataEnd, 15);
-  EXPECT_EQ(Left(form, 3, 20), 0);
-  EXPECT_FLOAT_EQ(Left(form, 2, 15), 0.1f);
+  EXPECT_EQ(g.Row(3)[20], 0);
+  EXPECT_FLOAT_EQ(g.Row(2)[15], 0.1f);
 
-  // Frequencies only retitle the left axis.
-  form.RunCommand("ShowFreq");
+  form.RunCommand("ShowFreq");  // frequencies only retitle the left axis
   EXPECT_EQ(g.Y0Title, "Frequency (%)");
-  EXPECT_EQ(Left(form, 3, 12), 1);
+  EXPECT_EQ(g.Row(3)[12], 1);
 }
 
 TEST(DlatLengthPanel, EmptyAndSingleLengthStores) {
   RecordingFactoryScope bitmaps;
   FakePlatform platform;
   TMainForm form(platform);
-  form.LeftGraph.SetBitmapSize(600, 400);
-  {
+  TQVgraph& g = form.LeftGraph;
+  g.SetBitmapSize(600, 400);
+  auto run = [&] {
+    form.SelectSpots();
     AnalysisContext context = form.MakeAnalysisContext();
-    CalcDlatLenDist(context, form.LeftGraph);
-  }
-  const TQVgraph& g = form.LeftGraph;
+    CalcDlatLenDist(context, g);
+  };
+  run();
   EXPECT_EQ(g.DataEnd, 0);
   EXPECT_DOUBLE_EQ(g.LastXval, 1);
   EXPECT_DOUBLE_EQ(g.LastY0val, 0);
   EXPECT_DOUBLE_EQ(g.LastY1val, 0);
   for (double v : {g.TickXdist, g.TickY0dist, g.TickY1dist}) EXPECT_TRUE(std::isfinite(v));
-  form.LeftGraph.DrawGraph();
+  g.DrawGraph();
   EXPECT_TRUE(platform.messages.empty());
 
   // Three tracks of one length: all of them sit at the undrawn longest length.
   Fill(form, {{20, 0.1f, true}, {20, 0.2f, true}, {20, 0.3f, true}});
-  form.SelectSpots();
-  AnalysisContext context = form.MakeAnalysisContext();
-  CalcDlatLenDist(context, form.LeftGraph);
+  run();
   EXPECT_EQ(g.DataEnd, 20);
-  EXPECT_FLOAT_EQ(Left(form, 2, 20), 0.2f);
-  EXPECT_EQ(Left(form, 3, 20), 3);
-  EXPECT_NEAR(Left(form, 1, 20), std::sqrt(0.02 / 3) / std::sqrt(3), 1e-6);
+  EXPECT_FLOAT_EQ(g.Row(2)[20], 0.2f);
+  EXPECT_EQ(g.Row(3)[20], 3);
+  EXPECT_NEAR(g.Row(1)[20], std::sqrt(0.02 / 3) / std::sqrt(3), 1e-6);
   EXPECT_DOUBLE_EQ(g.LastY0val, 0);
 }

@@ -215,11 +215,10 @@ TEST(EditCleaning, RemoveDupicatesClusterOrder) {
       {{{0, 0, 1}, {3, 3, nan}}, "01"},
       {{{-2147483648.0f, 0, 1}, {2147483520.0f, 0, 1}}, "11"},
   };
-  int index = 0;
   for (const auto& c : cases) {
     SetDupicates(form, c.tracks);
     form.RunCommand("RemoveDupicates1");
-    EXPECT_EQ(ValidMask(form), c.survivors) << "case " << index++;
+    EXPECT_EQ(ValidMask(form), c.survivors) << "case " << &c - cases;
   }
   // An inactive track is passed over: it neither clears nor gets cleared.
   SetDupicates(form, {{0, 0, 9}, {1, 1, 1}});

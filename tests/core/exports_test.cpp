@@ -1,10 +1,11 @@
-// The text exports: every table byte for byte against text written out by hand (single
-// bytes for the micro sign, TABs before line ends, empty first lines), the truncation
-// messages and the 2000 limits, the dialog and file handling of the commands, and the CSV.
+// The text exports byte for byte against text written out by hand (the micro sign as the
+// single byte 0xB5, TABs before line ends, empty first lines), the truncation messages and
+// the 2000 limits, the dialog and file handling of the commands, and the CSV.
 #include <gtest/gtest.h>
 #include <stdlib.h>  // gcvt
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,13 +14,14 @@
 #include <vector>
 
 #include "FakePlatform.h"
+#include "TrackBuilders.h"
 #include "app/MainForm.h"
 #include "edit/TextExport.h"
 #include "store/Numbers.h"
 
 namespace {
 
-// "X(µm)" and "Y(µm)" as the files hold them: the micro sign is the one byte 0xB5.
+using Texts = std::vector<std::string>;
 const std::string kX = "X(\xB5m)";
 const std::string kY = "Y(\xB5m)";
 
@@ -29,14 +31,8 @@ std::string Repeat(const std::string& text, int times) {
   return out;
 }
 
-size_t Count(const std::string& text, const std::string& piece) {
-  size_t n = 0;
-  for (size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1)) ++n;
-  return n;
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
+Texts Lines(const std::string& text) {
+  Texts lines;
   size_t start = 0;
   for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
     lines.push_back(text.substr(start, end - start));
@@ -69,40 +65,25 @@ struct ExportForm {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }
 
-  // A valid, selected track with the given frames; nothing is computed.
-  SpotRec& Add(const std::vector<float>& x, const std::vector<float>& y = {},
-               const std::vector<float>& in = {}) {
-    SpotRec& t = form.Spots[form.Spots.NSpots++];
-    const int n = static_cast<int>(x.size());
-    EXPECT_TRUE(t.AllocateFrames(n));
-    t.NPoints = n;
-    t.Valid = 1;
+  // A selected track with these frames.
+  SpotRec& Add(const Floats& x, const Floats& y = {}, const Floats& in = {}) {
+    SpotRec& t = AddTrack(form, x, y, in);
     t.Selected = 1;
-    for (int k = 0; k < n; ++k) {
-      t.X[k] = x[k];
-      t.Y[k] = k < static_cast<int>(y.size()) ? y[k] : 0.0f;
-      t.Int[k] = k < static_cast<int>(in.size()) ? in[k] : 0.0f;
-    }
     return t;
   }
-  SpotRec& AddLine(int n, float dx = 1) {
-    std::vector<float> x(n);
-    for (int k = 0; k < n; ++k) x[k] = k * dx;
-    return Add(x);
+  SpotRec& AddLine(int n) { return Add(Ramp(n, 1)); }
+
+  // Two valid tracks of 3 and 5 points and an invalid one between them.
+  void AddThreeAndFive() {
+    Add({1.5f, -0.0015f, 2}, {-0.0004f, 10.25f, 3}, {123.45f, 99.99f, 7});
+    Add({5}, {5}, {5}).Valid = 0;
+    Add({0, 1, 2, 3, 4}, {0, 0.5f, 1, 1.5f, 2}, {10, 20, 30, 40, 50});
+  }
+  void SetToggles(bool columns, bool time) {
+    if (form.Menu.Checked("SaveXYIntColumns") != columns) form.RunCommand("SaveXYIntColumns");
+    if (form.Menu.Checked("PutTimeInTXTfile") != time) form.RunCommand("PutTimeInTXTfile");
   }
 };
-
-// Two valid tracks of 3 and 5 points and an invalid one between them.
-void AddThreeAndFive(ExportForm& f) {
-  f.Add({1.5f, -0.0015f, 2}, {-0.0004f, 10.25f, 3}, {123.45f, 99.99f, 7});
-  f.Add({5}, {5}, {5}).Valid = 0;
-  f.Add({0, 1, 2, 3, 4}, {0, 0.5f, 1, 1.5f, 2}, {10, 20, 30, 40, 50});
-}
-
-void SetToggles(ExportForm& f, bool columns, bool time) {
-  if (f.form.Menu.Checked("SaveXYIntColumns") != columns) f.form.RunCommand("SaveXYIntColumns");
-  if (f.form.Menu.Checked("PutTimeInTXTfile") != time) f.form.RunCommand("PutTimeInTXTfile");
-}
 
 }  // namespace
 
@@ -124,7 +105,6 @@ TEST(ExportNumbers, GeneralFormIsGcvtAndTruncationGoesTowardZero) {
       ASSERT_EQ(FormatG(f, digits), gcvt(f, digits, expected)) << f << " " << digits;
     }
   }
-
   EXPECT_EQ(ThousandthsText(-0.0004f), "0");  // an integer part of 0 has no sign
   EXPECT_EQ(ThousandthsText(0.009f), "0.008");  // the float is 0.00899999961...
   EXPECT_EQ(ThousandthsText(15 * 0.03), "0.449");  // 15 x 0.03 is 0.44999999999999996
@@ -136,14 +116,11 @@ TEST(PanelExport, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
   TQVgraph& right = f.form.RightGraph;
   for (int s = 1; s <= kMaxSeries; ++s) left.Series[s].Show = right.Series[s].Show = false;
   left.SeriesCount = 1;  // the left panel offers five series whatever its count
-  left.Series[1].Show = left.Series[3].Show = true;
-  left.Series[6].Show = true;
+  left.Series[1].Show = left.Series[3].Show = left.Series[6].Show = true;
   left.DataEnd = 3;
-  const float lx[] = {0, 0.02f, 123456}, l1[] = {10, 2.5f, 0.00012346f},
-              l3[] = {3.14159f, -1, 1e-5f};
+  const float lx[] = {0, 0.02f, 123456}, l1[] = {10, 2.5f, 0.00012346f}, l3[] = {3.14159f, -1, 1e-5f};
   right.SeriesCount = 2;
-  right.Series[1].Show = true;
-  right.Series[3].Show = true;  // beyond the right panel's count
+  right.Series[1].Show = right.Series[3].Show = true;  // 3: beyond the right panel's count
   right.DataEnd = 3;
   const float rx[] = {0, 0.1f, 99999.5f}, r1[] = {7, 8, 9};
   for (int i = 0; i < 3; ++i) {
@@ -177,15 +154,14 @@ TEST(PanelExport, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
 
 TEST(TrackExport, RowLayoutPerModeWithTimeLine) {
   ExportForm f;
-  AddThreeAndFive(f);
-  SetToggles(f, false, true);
+  f.AddThreeAndFive();
+  f.SetToggles(false, true);
   const std::string x1 = kX + "\t1.5\t-0.001\t2\n", y1 = kY + "\t0\t10.25\t3\n",
                     i1 = "Int(AU)\t123.4\t99.9\t7\n";
   const std::string x2 = kX + "\t0\t1\t2\t3\t4\n", y2 = kY + "\t0\t0.5\t1\t1.5\t2\n",
                     i2 = "Int(AU)\t10\t20\t30\t40\t50\n";
-  const std::string time = "Time(s)\t0\t0.25\t0.5\t0.75\t1\t\n";
-  EXPECT_EQ(f.Run("SaveXYIntData"), time + x1 + y1 + i1 + x2 + y2 + i2);
-  SetToggles(f, false, false);
+  EXPECT_EQ(f.Run("SaveXYIntData"), "Time(s)\t0\t0.25\t0.5\t0.75\t1\t\n" + x1 + y1 + i1 + x2 + y2 + i2);
+  f.SetToggles(false, false);
   EXPECT_EQ(f.Run("SaveXYdata"), x1 + y1 + x2 + y2);
   EXPECT_EQ(f.Run("SaveIntensityData"), i1 + i2);
   EXPECT_TRUE(f.platform.messages.empty());
@@ -193,8 +169,8 @@ TEST(TrackExport, RowLayoutPerModeWithTimeLine) {
 
 TEST(TrackExport, ColumnLayoutCollapsesEndedTracksButKeepsBlankIntensities) {
   ExportForm f;
-  AddThreeAndFive(f);
-  SetToggles(f, true, true);
+  f.AddThreeAndFive();
+  f.SetToggles(true, true);
   EXPECT_EQ(f.Run("SaveXYIntData"),
             "Time(s)\t" + kX + "\t" + kY + "\tInt(AU)\t" + kX + "\t" + kY + "\tInt(AU)\t\n" +
                 "0\t1.5\t0\t123.4\t0\t0\t10\t\n"
@@ -203,7 +179,7 @@ TEST(TrackExport, ColumnLayoutCollapsesEndedTracksButKeepsBlankIntensities) {
                 "0.75\t \t3\t1.5\t40\t\n"
                 "1\t \t4\t2\t50\t\n"
                 "1.25\t \t \t\n");
-  SetToggles(f, true, false);
+  f.SetToggles(true, false);
   EXPECT_EQ(f.Run("SaveXYdata"), kX + "\t" + kY + "\t" + kX + "\t" + kY + "\t\n" +
                                      "1.5\t0\t0\t0\t\n-0.001\t10.25\t1\t0.5\t\n2\t3\t2\t1\t\n"
                                      "3\t1.5\t\n4\t2\t\n\n");
@@ -219,14 +195,14 @@ TEST(TrackExport, TwoThousandValuesAndColumns) {
   ExportForm f;
   f.AddLine(2500);
   f.AddLine(3);
-  SetToggles(f, false, true);
-  std::vector<std::string> lines = Lines(f.Run("SaveXYdata"));
+  f.SetToggles(false, true);
+  Texts lines = Lines(f.Run("SaveXYdata"));
   ASSERT_EQ(lines.size(), 5u);
-  ASSERT_EQ(f.platform.messages.size(), 1u);
-  EXPECT_EQ(f.platform.messages[0], "Tracks are too long -> Data will be truncated");
-  EXPECT_EQ(Count(lines[0], "\t"), 2001u);  // after the header and after each of 2000 times
+  EXPECT_EQ(f.platform.messages, Texts{"Tracks are too long -> Data will be truncated"});
+  // A TAB after the header and after each of 2000 times.
+  EXPECT_EQ(std::count(lines[0].begin(), lines[0].end(), '\t'), 2001);
   EXPECT_EQ(lines[0].substr(lines[0].size() - 8), "\t499.75\t");
-  EXPECT_EQ(Count(lines[1], "\t"), 2000u);
+  EXPECT_EQ(std::count(lines[1].begin(), lines[1].end(), '\t'), 2000);
   EXPECT_EQ(lines[1].substr(lines[1].size() - 5), "\t1999");
   EXPECT_EQ(lines[3], kX + "\t0\t1\t2");
 
@@ -234,25 +210,18 @@ TEST(TrackExport, TwoThousandValuesAndColumns) {
   // written; with all three quantities the header stops at 667 tracks (2001 columns).
   ExportForm g;
   for (int t = 0; t < 1001; ++t) g.Add({1}, {2}, {3});
-  SetToggles(g, true, false);
+  g.SetToggles(true, false);
   lines = Lines(g.Run("SaveXYdata"));
-  ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[0], Repeat(kX + "\t" + kY + "\t", 1001));
-  EXPECT_EQ(lines[1], Repeat("1\t2\t", 1001));
-  EXPECT_EQ(lines[2], "");
-  ASSERT_EQ(g.platform.messages.size(), 1u);
-  EXPECT_EQ(g.platform.messages[0], "Too many objects (>2000) -> Data will be truncated");
+  EXPECT_EQ(lines, (Texts{Repeat(kX + "\t" + kY + "\t", 1001), Repeat("1\t2\t", 1001), ""}));
+  EXPECT_EQ(g.platform.messages, Texts{"Too many objects (>2000) -> Data will be truncated"});
 
   lines = Lines(g.Run("SaveXYIntData"));
-  ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[0], Repeat(kX + "\t" + kY + "\tInt(AU)\t", 667));
-  EXPECT_EQ(lines[1], Repeat("1\t2\t3\t", 667));
-  EXPECT_EQ(lines[2], Repeat(" \t", 1001));  // one blank cell per track: 1001 columns
+  EXPECT_EQ(lines, (Texts{Repeat(kX + "\t" + kY + "\tInt(AU)\t", 667), Repeat("1\t2\t3\t", 667),
+                          Repeat(" \t", 1001)}));  // one blank cell per track: 1001 columns
   EXPECT_EQ(g.platform.messages.size(), 2u);
 
   g.form.Spots[1000].Valid = 0;  // exactly 2000 X/Y columns: no message
-  lines = Lines(g.Run("SaveXYdata"));
-  EXPECT_EQ(lines[0], Repeat(kX + "\t" + kY + "\t", 1000));
+  EXPECT_EQ(Lines(g.Run("SaveXYdata"))[0], Repeat(kX + "\t" + kY + "\t", 1000));
   EXPECT_EQ(g.platform.messages.size(), 2u);
 }
 
@@ -268,13 +237,13 @@ TEST(MsdExport, LagLineAndOneCurvePerValidTrack) {
   for (int k = 2000; k < 2500; ++k) cut.X[k] += 1000;  // only seen if not cut at 2000
   std::string header;
   for (int k = 1; k <= 254; ++k) header += std::to_string(k / 2) + (k % 2 ? ".5\t" : "\t");
-  const std::vector<std::string> lines = Lines(f.Run("SaveMSDdT"));
+  const Texts lines = Lines(f.Run("SaveMSDdT"));
   ASSERT_EQ(lines.size(), 5u);
   EXPECT_EQ(lines[0], header);
   EXPECT_EQ(lines[1], "");  // 3 points: no lag below 3 / 2
   EXPECT_EQ(lines[2], "1\t4\t9\t");  // a straight track: MSD(k) = k^2 for k < 4
   for (int i : {3, 4}) {
-    EXPECT_EQ(Count(lines[i], "\t"), 254u);
+    EXPECT_EQ(std::count(lines[i].begin(), lines[i].end(), '\t'), 254);
     EXPECT_EQ(lines[i].substr(0, 12), "1\t4\t9\t16\t25\t");
   }
 }
@@ -328,9 +297,7 @@ TEST(StopTimes, GateThenOneLinePerStretchedTrack) {
   c.Valid = 0, c.SegLen[0] = 7, c.AverInt = -5.5f;
 
   EXPECT_EQ(f.Run("SaveStopTimes"), "<no file>");
-  ASSERT_EQ(f.platform.messages.size(), 1u);
-  EXPECT_EQ(f.platform.messages[0],
-            "Select 'Stopping Spots' in 'Settings' first or do dual tracks");
+  EXPECT_EQ(f.platform.messages, Texts{"Select 'Stopping Spots' in 'Settings' first or do dual tracks"});
   EXPECT_TRUE(f.platform.dialogs.empty());
 
   const std::string expected =
@@ -366,7 +333,7 @@ TEST(DlatInstVelExport, RightPanelRunWritesEveryStepThenDisarms) {
 
 TEST(ExportCommands, CancelOrUnopenableFileChangesNothing) {
   ExportForm f;
-  AddThreeAndFive(f);
+  f.AddThreeAndFive();
   f.form.Menu.SetChecked("R_ShowDlat", true);
   f.form.Menu.SetChecked("StoppingSpots", true);
   auto fingerprint = [&f] {
@@ -381,29 +348,23 @@ TEST(ExportCommands, CancelOrUnopenableFileChangesNothing) {
     return s;
   };
   const std::string before = fingerprint();
-  const std::string unopenable = "/nonexistent-kinetra-dir/out.txt";
   const std::pair<const char*, const char*> commands[] = {
       {"SaveDistAsTXT", "Can not open file to write data"},
       {"SaveDistAsCSV", "Can not open file to write data"},
-      {"SaveXYIntData", "File Writing Error"},
-      {"SaveXYdata", "File Writing Error"},
-      {"SaveIntensityData", "File Writing Error"},
-      {"SaveMSDdT", "File Writing Error"},
-      {"SaveDlatVersInt", ""},
-      {"SaveDlatVerLen", ""},
-      {"SaveStopTimes", ""},
+      {"SaveXYIntData", "File Writing Error"}, {"SaveXYdata", "File Writing Error"},
+      {"SaveIntensityData", "File Writing Error"}, {"SaveMSDdT", "File Writing Error"},
+      {"SaveDlatVersInt", ""}, {"SaveDlatVerLen", ""}, {"SaveStopTimes", ""},
       {"SaveDlatInstVelData", "File Writing Error"},
   };
   for (const auto& [command, message] : commands) {
+    SCOPED_TRACE(command);
     f.platform.messages.clear();
     ASSERT_TRUE(f.form.RunCommand(command));  // no answer queued: cancelled
-    EXPECT_TRUE(f.platform.messages.empty()) << command;
-    f.platform.saveAnswers.push_back(unopenable);
+    EXPECT_TRUE(f.platform.messages.empty());
+    f.platform.saveAnswers.push_back("/nonexistent-kinetra-dir/out.txt");
     f.form.RunCommand(command);
-    EXPECT_EQ(f.platform.messages,
-              *message ? std::vector<std::string>{message} : std::vector<std::string>{})
-        << command;
-    EXPECT_EQ(fingerprint(), before) << command;
+    EXPECT_EQ(f.platform.messages, *message ? Texts{message} : Texts{});
+    EXPECT_EQ(fingerprint(), before);
     EXPECT_FALSE(f.form.Results.InstVelExport.Armed);
   }
   // The two toggles flip their own check marks and nothing else.
@@ -414,34 +375,6 @@ TEST(ExportCommands, CancelOrUnopenableFileChangesNothing) {
   EXPECT_TRUE(f.platform.saveAnswers.empty() && f.platform.messages.empty());
 }
 
-namespace {
-
-// A CSV reader of its own: quoted fields with doubled quotes, commas and line ends inside.
-std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
-  std::vector<std::vector<std::string>> rows(1, std::vector<std::string>(1));
-  bool quoted = false;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (quoted) {
-      if (c == '"' && i + 1 < text.size() && text[i + 1] == '"') rows.back().back() += text[++i];
-      else if (c == '"') quoted = false;
-      else rows.back().back() += c;
-    } else if (c == '"') {
-      quoted = true;
-    } else if (c == ',') {
-      rows.back().emplace_back();
-    } else if (c == '\n') {
-      rows.emplace_back(1);
-    } else {
-      rows.back().back() += c;
-    }
-  }
-  if (rows.back() == std::vector<std::string>(1)) rows.pop_back();
-  return rows;
-}
-
-}  // namespace
-
 TEST(PanelCsv, SideBySideColumnsNamedByAxisTitles) {
   ExportForm f;
   TQVgraph& left = f.form.LeftGraph;
@@ -450,8 +383,7 @@ TEST(PanelCsv, SideBySideColumnsNamedByAxisTitles) {
   left.XTitle = "Dlat (µm2/s)";
   left.Y0Title = "Number of objects";
   left.SeriesCount = 1;
-  left.Series[1].Show = true;
-  left.Series[2].Show = true;  // beyond the count
+  left.Series[1].Show = left.Series[2].Show = true;  // 2: beyond the count
   left.DataFirst = 0, left.DataEnd = 3;
   const float lx[] = {0, 0.02f, 0.04f}, l1[] = {5, -2e6f, 7};
   right.XTitle = "Lag, \"dT\" (s)";
@@ -467,16 +399,10 @@ TEST(PanelCsv, SideBySideColumnsNamedByAxisTitles) {
     if (i < 3) left.Row(0)[i] = lx[i], left.Row(1)[i] = l1[i];
     right.Row(0)[i] = rx[i], right.Row(2)[i] = r2[i], right.Row(4)[i] = r4[i];
   }
-  const std::string text = f.Run("SaveDistAsCSV");
-  EXPECT_EQ(text,
+  // UTF-8 titles, quotes doubled inside a quoted field, missing values and ended columns empty.
+  EXPECT_EQ(f.Run("SaveDistAsCSV"),
             "Left: Dlat (\xC2\xB5m2/s),Left: Number of objects [1],\"Right: Lag, \"\"dT\"\" (s)\","
             "Right: MSD (\xC2\xB5m2) [2],Right: Tracks [4]\n"
             "0,5,0.03,1.5,10\n0.02,,0.06,2.5,9\n0.04,7,0.09,3.5,8\n,,0.12,4.5,7\n");
-  const auto rows = ParseCsv(text);
-  ASSERT_EQ(rows.size(), 5u);
-  for (const auto& row : rows) EXPECT_EQ(row.size(), 5u);
-  EXPECT_EQ(rows[0][2], "Right: Lag, \"dT\" (s)");
-  EXPECT_EQ(rows[0][3], "Right: MSD (µm2) [2]");
-  EXPECT_EQ(rows[4][0], "");
   EXPECT_EQ(f.platform.dialogs.back().defaultExt, "csv");
 }

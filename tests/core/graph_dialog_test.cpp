@@ -44,15 +44,13 @@ TEST(GraphDialog, AttachLoadsTextsAndShowsRowsUpToSeriesCount) {
   dialog.AxisTextChanged(AxisX, FirstVal, "typed");
   dialog.AttachGraph(graph);
   EXPECT_EQ(dialog.Graph, &graph);
-  EXPECT_EQ(dialog.AxisEdit[AxisX][LastVal].Text, "10");
-  EXPECT_EQ(dialog.AxisEdit[AxisY0][FirstVal].Text, "-0.25");
-  EXPECT_EQ(dialog.AxisEdit[AxisY1][LastVal].Text, "1e-05");
-  EXPECT_EQ(dialog.AxisEdit[AxisY1][TickDist].Text, "2.5e-06");
-  EXPECT_EQ(dialog.AxisEdit[AxisX][FirstVal].Text, "0");
+  const std::vector<std::string> texts = {
+      dialog.AxisEdit[AxisX][FirstVal].Text, dialog.AxisEdit[AxisX][LastVal].Text,
+      dialog.AxisEdit[AxisY0][FirstVal].Text, dialog.AxisEdit[AxisY1][LastVal].Text,
+      dialog.AxisEdit[AxisY1][TickDist].Text, dialog.FontSizeEdit.Text,
+      dialog.RowWidthText(3), dialog.RowSizeText(3)};
+  EXPECT_EQ(texts, (std::vector<std::string>{"0", "10", "-0.25", "1e-05", "2.5e-06", "9", "6", "4"}));
   EXPECT_FALSE(dialog.AxisEdit[AxisX][FirstVal].Red);
-  EXPECT_EQ(dialog.FontSizeEdit.Text, "9");
-  EXPECT_EQ(dialog.RowWidthText(3), "6");
-  EXPECT_EQ(dialog.RowSizeText(3), "4");
   for (int row = 1; row <= 10; ++row) EXPECT_EQ(dialog.RowShown(row), row <= 5) << row;
   graph.SeriesCount = 0;
   dialog.AttachGraph(graph);
@@ -77,8 +75,7 @@ TEST(GraphDialog, AxisValuesAreCheckedWithTheirOwnTexts) {
   EXPECT_EQ(f.LastMessage(), "Number of left Y ticks was reduced to 200");
 
   // Each edit's own texts; the right Y axis is 0..10 tick 1 throughout.
-  struct Case { int field; const char* text; double first, last, tick; const char* message; };
-  const Case cases[] = {
+  const struct { int field; const char* text; double first, last, tick; const char* message; } cases[] = {
       {FirstVal, "10", 0, 10, 1, "Error: first right Y val is bigger or equal to last Y val"},
       {LastVal, "-1", 0, 10, 1, "Error: last right Y val is smaller or equal to first Y val"},
       {FirstVal, "-390", -390, 10, 2, "Number of right Y ticks was reduced to 200"},
@@ -89,14 +86,14 @@ TEST(GraphDialog, AxisValuesAreCheckedWithTheirOwnTexts) {
       {TickDist, "0.05", 0, 10, 0.05, nullptr},
       {TickDist, " +2.5e0 ", 0, 10, 2.5, nullptr},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
     DialogFixture g;
     g.Type(AxisY1, c.field, c.text);
-    EXPECT_EQ(g.graph.FirstY1val, c.first) << c.text;
-    EXPECT_EQ(g.graph.LastY1val, c.last) << c.text;
-    EXPECT_EQ(g.graph.TickY1dist, c.tick) << c.text;
-    EXPECT_EQ(g.LastMessage(), c.message ? c.message : "") << c.text;
-    EXPECT_EQ(g.platform.messages.size(), c.message ? 1u : 0u) << c.text;
+    EXPECT_EQ((std::vector<double>{g.graph.FirstY1val, g.graph.LastY1val, g.graph.TickY1dist}),
+              (std::vector<double>{c.first, c.last, c.tick}));
+    EXPECT_EQ(g.platform.messages,
+              c.message ? std::vector<std::string>{c.message} : std::vector<std::string>{});
     // A refused value is put back into its edit.
     if (c.message && c.first == 0 && c.last == 10 && c.tick == 1) {
       EXPECT_EQ(g.dialog.AxisEdit[AxisY1][c.field].Text, c.field == FirstVal ? "0" : "10");
@@ -158,7 +155,6 @@ TEST(GraphDialog, FontSizeAcceptsEightToThirty) {
   f.dialog.FontSizeKeyEsc();
   EXPECT_EQ(f.dialog.FontSizeEdit.Text, "8");
   EXPECT_EQ(f.graph.FontSize, 8);
-  f.platform.messages.clear();
   f.dialog.FontSizeTextChanged("x");
   f.dialog.FontSizeExit();
   EXPECT_EQ(f.LastMessage(), "'x' is not a valid integer value");
@@ -168,18 +164,18 @@ TEST(GraphDialog, FontSizeAcceptsEightToThirty) {
 
 TEST(GraphDialog, SeriesRowsAndColoursWriteThroughAndRepaint) {
   DialogFixture f;
+  SeriesRec& s = f.graph.Series[2];
   f.dialog.ShowClick(2, true);
   f.dialog.StyleChange(2, Variation);
   f.dialog.RightAxisClick(2, true);
   f.dialog.SeriesColorChange(2, 0x123456);
   f.dialog.WidthChange(2, "15");
   f.dialog.SizeChange(2, "50");
-  EXPECT_TRUE(f.graph.Series[2].Show);
-  EXPECT_EQ(f.graph.Series[2].Style, Variation);
-  EXPECT_TRUE(f.graph.Series[2].RightAxis);
-  EXPECT_EQ(f.graph.Series[2].Color, 0x123456u);
-  EXPECT_EQ(f.graph.Series[2].PenWidth, 15);
-  EXPECT_EQ(f.graph.Series[2].SymbolSize, 50);
+  EXPECT_TRUE(s.Show && s.RightAxis);
+  EXPECT_EQ(s.Style, Variation);
+  EXPECT_EQ(s.Color, 0x123456u);
+  EXPECT_EQ(s.PenWidth, 15);
+  EXPECT_EQ(s.SymbolSize, 50);
   EXPECT_EQ(f.repaints, 6);
   // Widths and sizes outside 1..50, non-numbers and style 7 are not taken.
   for (const char* bad : {"0", "51", "abc", ""}) {
@@ -189,9 +185,7 @@ TEST(GraphDialog, SeriesRowsAndColoursWriteThroughAndRepaint) {
   }
   f.dialog.StyleChange(2, Marks);
   f.dialog.ShowClick(11, true);
-  EXPECT_EQ(f.graph.Series[2].PenWidth, 15);
-  EXPECT_EQ(f.graph.Series[2].SymbolSize, 50);
-  EXPECT_EQ(f.graph.Series[2].Style, Variation);
+  EXPECT_TRUE(s.PenWidth == 15 && s.SymbolSize == 50 && s.Style == Variation);
   EXPECT_EQ(f.repaints, 6);
 
   f.dialog.TickLineClick(AxisY1, TickNone);
@@ -201,9 +195,8 @@ TEST(GraphDialog, SeriesRowsAndColoursWriteThroughAndRepaint) {
   f.dialog.TickLineClick(AxisX, 4);  // no such item
   EXPECT_EQ(f.graph.Y1tickType, TickNone);
   EXPECT_EQ(f.graph.XtickType, TickSolid);
-  EXPECT_EQ(f.graph.Y0Color, 0x00FF00u);
-  EXPECT_EQ(f.graph.PanelColor, 0xFFFFFFu);
-  EXPECT_EQ(f.graph.NotesColor, 0x0000FFu);
+  EXPECT_EQ((std::vector<TColor>{f.graph.Y0Color, f.graph.PanelColor, f.graph.NotesColor}),
+            (std::vector<TColor>{0x00FF00, 0xFFFFFF, 0x0000FF}));
   EXPECT_EQ(f.repaints, 10);
 
   // Without a graph every control does nothing.
@@ -243,6 +236,5 @@ TEST(GraphDialog, SetGraphPicksThePanelUnderTheMouse) {
   EXPECT_EQ(platform.graphDialogs, 2);
   EXPECT_EQ(platform.beeps, 1);
   EXPECT_EQ(form.RightGraph.TickY1dist, 1);
-  // One repaint for the row change, one when the dialog closes.
-  EXPECT_EQ(platform.repaints, repaints + 2);
+  EXPECT_EQ(platform.repaints, repaints + 2);  // the row change, and the dialog closing
 }

@@ -6,6 +6,16 @@
 
 #include "GraphTestSupport.h"
 
+namespace {
+// A right axis over 0..1000: "1000" is 24 wide, + 17 makes a right margin of 41.
+void ShowRightAxis(TQVgraph& g) {
+  g.FirstY1val = 0;
+  g.LastY1val = 1000;
+  g.TickY1dist = 250;
+  g.Series[1].Show = g.Series[1].RightAxis = true;
+}
+}  // namespace
+
 TEST(GraphLayout, MarginsFollowLabelsRightAxisAndNotes) {
   GraphFixture f;
   TQVgraph& g = f.graph;
@@ -21,27 +31,20 @@ TEST(GraphLayout, MarginsFollowLabelsRightAxisAndNotes) {
   EXPECT_EQ(g.XScale, 40.0);
   EXPECT_EQ(g.Y0Scale, 26.6);
 
-  // A shown series on the right axis: "1000" is 24 wide, + 17.
-  g.FirstY1val = 0;
-  g.LastY1val = 1000;
-  g.TickY1dist = 250;
-  g.Series[1].Show = g.Series[1].RightAxis = true;
+  ShowRightAxis(g);
   g.CalcLayout();
   EXPECT_TRUE(g.HasRightAxis);
   EXPECT_EQ(g.RightMargin, 41);
   EXPECT_EQ(g.PlotRight, 392);
   EXPECT_EQ(g.XScale, (392 - 33) / 10.0);
   EXPECT_EQ(g.Y1Scale, 266 / 1000.0);
-  // A right-axis series that is not shown does not count.
-  g.Series[1].Show = false;
+  g.Series[1].Show = false;  // a right-axis series that is not shown does not count
   g.CalcLayout();
   EXPECT_EQ(g.RightMargin, 0);
 
   // Each non-empty note costs one line of plot height; empty notes cost none.
-  const struct {
-    const char* notes[3];
-    int plotBottom;
-  } cases[] = {{{"", "", ""}, 266}, {{"", "x", ""}, 249}, {{"a", "b", ""}, 232}, {{"a", "b", "c"}, 215}};
+  const struct { const char* notes[3]; int plotBottom; } cases[] = {
+      {{"", "", ""}, 266}, {{"", "x", ""}, 249}, {{"a", "b", ""}, 232}, {{"a", "b", "c"}, 215}};
   for (const auto& c : cases) {
     for (int n = 0; n < 3; ++n) g.Notes[n] = c.notes[n];
     g.CalcLayout();
@@ -63,15 +66,12 @@ TEST(GraphLayout, TransformsRoundBothYBasesDifferently) {
   EXPECT_EQ(g.LeftYBase(), 186);
   EXPECT_EQ(g.RightYBase(), 187);
 
-  // Values land at trunc(yBase - v * scale) of their own axis.
-  g.HasData = true;
-  g.Series[1].Show = true;
+  // Values land at trunc(yBase - v * scale) of their own axis; the zeros on the yBase.
+  g.HasData = g.Series[1].Show = true;
   g.Series[2].Show = g.Series[2].RightAxis = true;
   g.Series[2].Color = 0x123456;
-  f.At(1, 4) = 1.5f;  // left: trunc(186 - 39.9) = 146
-  f.At(2, 4) = 1.5f;  // right: trunc(187 - 39.9) = 147
+  f.At(1, 4) = f.At(2, 4) = 1.5f;  // left: trunc(186 - 39.9) = 146, right: 147
   f.Draw();
-  // Every other value is 0 and sits on its axis' yBase.
   auto rows = [&f](TColor color) {
     std::set<int> ys;
     for (const DrawOp& op : f.LinesIn(color)) ys.insert(op.y2);
@@ -94,18 +94,15 @@ TEST(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
 
   // Cleared with the panel colour over the whole bitmap.
   ASSERT_FALSE(rec.Of("Rectangle").empty());
-  const DrawOp clear = rec.Of("Rectangle")[0];
-  EXPECT_EQ(clear.x2, 433);
-  EXPECT_EQ(clear.y2, 300);
-  EXPECT_EQ(clear.brush, Colors::Cream);
+  EXPECT_EQ(Corners({rec.Of("Rectangle")[0]}), (std::vector<int>{0, 0, 433, 300}));
+  EXPECT_EQ(rec.Of("Rectangle")[0].brush, Colors::Cream);
 
   // X labels 0 to 9 at trunc(33 + 40 t - 3); the label of 10 at the right edge is not drawn.
   std::vector<std::string> xLabels;
   for (const DrawOp& op : rec.Of("Text")) {
     if (op.y1 != 250) continue;
     EXPECT_EQ(op.x1, 30 + 40 * static_cast<int>(xLabels.size()));
-    EXPECT_EQ(op.font, 0x0000AAu);
-    EXPECT_TRUE(op.bold);
+    EXPECT_TRUE(op.font == 0x0000AAu && op.bold);
     xLabels.push_back(op.text);
   }
   EXPECT_EQ(xLabels, (std::vector<std::string>{"0", "1", "2", "3", "4", "5", "6", "7", "8", "9"}));
@@ -123,18 +120,14 @@ TEST(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
   // Dotted left tick lines across the plot; solid X tick lines from row 1 down.
   std::vector<int> rows;
   for (const DrawOp& op : f.LinesIn(0x00AA00)) {
-    EXPECT_EQ(op.penStyle, PenStyle::Dot);
-    EXPECT_EQ(op.x1, 33);
-    EXPECT_EQ(op.x2, 433);
+    EXPECT_TRUE(op.penStyle == PenStyle::Dot && op.x1 == 33 && op.x2 == 433);
     rows.push_back(op.y1);
   }
   // p goes down by repeated subtraction and ends a hair below 0 at the value 10: no line.
   EXPECT_EQ(rows, (std::vector<int>{249, 224, 199, 174, 149, 124, 99, 74, 49, 24}));
   std::vector<int> columns;
   for (const DrawOp& op : f.LinesIn(0x0000AA)) {
-    EXPECT_EQ(op.penStyle, PenStyle::Solid);
-    EXPECT_EQ(op.y1, 1);
-    EXPECT_EQ(op.y2, 249);
+    EXPECT_TRUE(op.penStyle == PenStyle::Solid && op.y1 == 1 && op.y2 == 249);
     columns.push_back(op.x1);
   }
   EXPECT_EQ(columns, (std::vector<int>{33, 73, 113, 153, 193, 233, 273, 313, 353, 393}));
@@ -148,14 +141,11 @@ TEST(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
   ASSERT_NE(caption, nullptr);
   EXPECT_EQ(caption->x1, 216 - 21);
   EXPECT_EQ(caption->y1, 1);
-  EXPECT_EQ(caption->font, 0xAA0000u);
-  EXPECT_TRUE(caption->bold);
+  EXPECT_TRUE(caption->font == 0xAA0000u && caption->bold);
   const std::vector<DrawOp> tick = f.LinesIn(Colors::Green);
   ASSERT_EQ(tick.size(), 2u);
   EXPECT_EQ(tick[0].penWidth, 7);
-  EXPECT_EQ((std::vector<int>{tick[0].x1, tick[0].y1, tick[0].x2, tick[0].y2, tick[1].x2,
-                              tick[1].y2}),
-            (std::vector<int>{10, 10, 20, 40, 30, 10}));
+  EXPECT_EQ(Corners(tick), (std::vector<int>{10, 10, 20, 40, 20, 40, 30, 10}));
   const DrawOp* note = rec.FindText("third note");
   ASSERT_NE(note, nullptr);
   EXPECT_EQ(note->x1, 5);
@@ -166,33 +156,26 @@ TEST(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
 TEST(GraphLayout, RotatedTitlesReadBottomToTopInTheirColumns) {
   GraphFixture f;
   TQVgraph& g = f.graph;
-  g.FirstY1val = 0;
-  g.LastY1val = 1000;
-  g.TickY1dist = 250;
-  g.Series[1].Show = g.Series[1].RightAxis = true;
+  ShowRightAxis(g);
   f.Draw();
   ASSERT_EQ(g.PlotRight, 392);
   Bitmap& bitmap = *g.Bitmap;
 
   // Both titles are 15 characters, 90 pixels: centre row 266/2 + 90/2 = 178. Text row j
   // lands in column first + j; its pixel i in row 178 - i.
-  auto check = [&](int firstColumn, int rows) {
-    for (int j = 0; j < rows; ++j)
+  auto check = [&](int firstColumn) {
+    for (int j = 0; j < 14; ++j)
       for (int i = 1; i <= 89; ++i)
         ASSERT_EQ(bitmap.Pixel(firstColumn + j, 178 - i), RecordingCanvas::TextPixel(i - 1, j))
             << "column " << firstColumn + j << " row " << 178 - i;
   };
-  check(3, 14);          // left: from column 3
-  check(392 + 41 - 16, 14);  // right: the last LineHeight columns of the bitmap
+  check(3);              // left: from column 3
+  check(392 + 41 - 16);  // right: the last LineHeight columns of the bitmap
   // Pixel i = w is not copied: the row above the title keeps the panel colour.
   EXPECT_EQ(bitmap.Pixel(3, 178 - 90), Colors::Cream);
 
   // The scratch strips are cleared again, two rows higher for the right title.
-  std::vector<DrawOp> strips = f.Rec().Of("FillRect");
-  ASSERT_EQ(strips.size(), 2u);
-  EXPECT_EQ((std::vector<int>{strips[0].x1, strips[0].y1, strips[0].x2, strips[0].y2}),
-            (std::vector<int>{1, 281, 90, 299}));
-  EXPECT_EQ((std::vector<int>{strips[1].x1, strips[1].y1, strips[1].x2, strips[1].y2}),
-            (std::vector<int>{1, 283, 90, 299}));
+  EXPECT_EQ(Corners(f.Rec().Of("FillRect")),
+            (std::vector<int>{1, 281, 90, 299, 1, 283, 90, 299}));
   EXPECT_EQ(bitmap.Pixel(50, 290), Colors::Cream);
 }

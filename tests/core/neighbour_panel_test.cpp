@@ -5,29 +5,24 @@
 #include <vector>
 
 #include "FakePlatform.h"
+#include "TrackBuilders.h"
 #include "app/MainForm.h"
 #include "stats/NeighbourPanel.h"
 
 namespace {
 
-// A valid track of n points whose mean position is (x, y) + (posX, posY) x 0.1 µm;
-// the points wobble symmetrically around the mean.
-SpotRec& AddTrack(TMainForm& form, int n, float x, float y, int posX = 0, int posY = 0) {
-  SpotRec& t = form.Spots[form.Spots.NSpots++];
-  t.AllocateFrames(n);
-  t.NPoints = n;
-  t.Valid = 1;
-  t.PosX = posX;
-  t.PosY = posY;
-  for (int k = 0; k < n; ++k) {
-    const float wobble = (k % 2 ? 0.125f : -0.125f) * (n % 2 == 0);
-    t.X[k] = x + wobble;
-    t.Y[k] = y - wobble;
+// A track of n points whose mean position is (x, y) + (posX, 0) x 0.1 µm; the points of
+// an even-length track wobble symmetrically around the mean.
+SpotRec& AddAt(TMainForm& form, int n, float x, float y, int posX = 0) {
+  Floats xs(n, x), ys(n, y);
+  for (int k = 0; k < n && n % 2 == 0; ++k) {
+    xs[k] += k % 2 ? 0.125f : -0.125f;
+    ys[k] -= k % 2 ? 0.125f : -0.125f;
   }
+  SpotRec& t = AddTrack(form, xs, ys);
+  t.PosX = posX;
   return t;
 }
-
-float Right(const TMainForm& form, int row, int i) { return form.RightData[row * kPanelStride + i]; }
 
 }  // namespace
 
@@ -38,9 +33,9 @@ TEST(NeighbourPanel, GridSpacingIsTheNeighbourDistance) {
   // Columns 0.5 µm apart through the header position, rows 1 µm apart through Y, and a
   // pair 0.875 µm apart far away.
   for (int gx = 0; gx < 5; ++gx)
-    for (int gy = 0; gy < 4; ++gy) AddTrack(form, 10, 0, gy * 1.0f, gx * 5);
-  AddTrack(form, 7, 10, 10);
-  AddTrack(form, 8, 10.875f, 10);
+    for (int gy = 0; gy < 4; ++gy) AddAt(form, 10, 0, gy * 1.0f, gx * 5);
+  AddAt(form, 7, 10, 10);
+  AddAt(form, 8, 10.875f, 10);
   form.RightGraph.DataFirst = 1;  // as the MSD panel leaves it
   ASSERT_TRUE(form.RunCommand("R_DistanceToNeighbDistrib"));
   const TQVgraph& g = form.RightGraph;
@@ -50,12 +45,9 @@ TEST(NeighbourPanel, GridSpacingIsTheNeighbourDistance) {
   // 0.5 / 0.03 = 16.7 and 0.875 / 0.03 = 29.2: 20 distances in bin 16, 2 in bin 29.
   EXPECT_EQ(g.Series[1].Style, Line);
   EXPECT_EQ(g.DataEnd, 58);
-  EXPECT_EQ(Right(form, 0, 0), 0);
-  EXPECT_EQ(Right(form, 0, 33), static_cast<float>(17 * 0.03));
-  EXPECT_EQ(Right(form, 0, 34), static_cast<float>(17 * 0.03));
-  EXPECT_EQ(Right(form, 1, 32), 20);
-  EXPECT_EQ(Right(form, 1, 33), 20);
-  EXPECT_EQ(Right(form, 1, 31), 0);
+  const float bin17 = static_cast<float>(17 * 0.03);
+  EXPECT_EQ((Floats{g.Row(0)[0], g.Row(0)[33], g.Row(0)[34]}), (Floats{0, bin17, bin17}));
+  EXPECT_EQ((Floats{g.Row(1)[31], g.Row(1)[32], g.Row(1)[33]}), (Floats{0, 20, 20}));
   EXPECT_DOUBLE_EQ(g.LastXval, static_cast<float>(static_cast<float>(29 * 0.03) + 0.03));
   EXPECT_DOUBLE_EQ(g.LastY0val, 24);
   EXPECT_EQ(g.XTitle, "Distance (µm)");
@@ -67,9 +59,9 @@ TEST(NeighbourPanel, GridSpacingIsTheNeighbourDistance) {
   form.RunCommand("ShowFreq");
   EXPECT_EQ(g.Series[1].Style, Bar);
   EXPECT_EQ(g.DataEnd, 29);
-  EXPECT_FLOAT_EQ(Right(form, 1, 16), 20 * 100.0f / 22);
-  EXPECT_FLOAT_EQ(Right(form, 1, 29), 2 * 100.0f / 22);
-  EXPECT_EQ(Right(form, 0, 16), static_cast<float>(16 * 0.03));
+  EXPECT_FLOAT_EQ(g.Row(1)[16], 20 * 100.0f / 22);
+  EXPECT_FLOAT_EQ(g.Row(1)[29], 2 * 100.0f / 22);
+  EXPECT_EQ(g.Row(0)[16], static_cast<float>(16 * 0.03));
   EXPECT_EQ(g.Y0Title, "Frequency (%)");
 }
 
@@ -78,8 +70,8 @@ TEST(NeighbourPanel, QuadraticSearchMatchesADirectComputation) {
   TMainForm form(platform);
   uint32_t seed = 12345;
   auto next = [&] { return (seed = seed * 1103515245u + 12345u) >> 8 & 0xffff; };
-  for (int i = 0; i < 150; ++i) AddTrack(form, 4 + i % 3, next() / 1300.0f, next() / 1300.0f, i % 7);
-  AddTrack(form, 0, 0, 0);  // no points: NaN centre
+  for (int i = 0; i < 150; ++i) AddAt(form, 4 + i % 3, next() / 1300.0f, next() / 1300.0f, i % 7);
+  AddAt(form, 0, 0, 0);  // no points: NaN centre
   form.SelectSpots();
   for (int i = 0; i < 150; i += 4) form.Spots[i].Selected = 0;
 
@@ -99,45 +91,43 @@ TEST(NeighbourPanel, QuadraticSearchMatchesADirectComputation) {
     double best = 1e300;
     for (int j = 0; j < 150; ++j) {
       if (j == i || j % 4 == 0) continue;
-      const double dx = cx[i] - static_cast<double>(cx[j]), dy = cy[i] - static_cast<double>(cy[j]);
+      const double dx = cx[i] - double(cx[j]), dy = cy[i] - double(cy[j]);
       best = std::min(best, dx * dx + dy * dy);
     }
     EXPECT_NEAR(d2[v++], best, best * 1e-5 + 1e-9) << i;
   }
-  // The pointless track never wins and keeps the "no neighbour" value itself.
-  EXPECT_EQ(d2[v], kNoNeighbour);
+  EXPECT_EQ(d2[v], kNoNeighbour);  // the pointless track never wins and keeps no neighbour
 
   AnalysisContext context = form.MakeAnalysisContext();
   CalcNeighbDistDist(context, form.RightGraph);
-  ASSERT_EQ(platform.messages.size(), 1u);
-  EXPECT_EQ(platform.messages[0], " Error in Distance Calcs");
+  EXPECT_EQ(platform.messages, std::vector<std::string>{" Error in Distance Calcs"});
 }
 
 TEST(NeighbourPanel, FewTracks) {
   FakePlatform platform;
   TMainForm form(platform);
+  TQVgraph& g = form.RightGraph;
   auto run = [&] {
     form.SelectSpots();
     AnalysisContext context = form.MakeAnalysisContext();
-    CalcNeighbDistDist(context, form.RightGraph);
-    const TQVgraph& g = form.RightGraph;
-    for (double a : {g.LastXval, g.LastY0val, g.TickXdist, g.TickY0dist}) EXPECT_TRUE(std::isfinite(a));
+    CalcNeighbDistDist(context, g);
+    ExpectFiniteAxes(g);
   };
   run();  // empty: nothing to complain about, nothing drawn
   EXPECT_TRUE(platform.messages.empty());
-  EXPECT_EQ(form.RightGraph.DataEnd, 0);
-  EXPECT_DOUBLE_EQ(form.RightGraph.LastXval, static_cast<float>(0.02));
+  EXPECT_EQ(g.DataEnd, 0);
+  EXPECT_DOUBLE_EQ(g.LastXval, static_cast<float>(0.02));
 
-  AddTrack(form, 5, 1, 1);
+  AddAt(form, 5, 1, 1);
   run();  // alone: the error, and its 1e15 is binned out of range
   EXPECT_EQ(platform.messages.size(), 1u);
-  EXPECT_EQ(form.RightGraph.DataEnd, 0);
+  EXPECT_EQ(g.DataEnd, 0);
 
-  AddTrack(form, 5, 1.625f, 1);  // 0.625 µm away: both in bin 31
-  form.RightGraph.Series[1].Style = Bar;
+  AddAt(form, 5, 1.625f, 1);  // 0.625 µm away: both in bin 31
+  g.Series[1].Style = Bar;
   run();
   EXPECT_EQ(platform.messages.size(), 1u);
-  EXPECT_EQ(form.RightGraph.DataEnd, 31);
-  EXPECT_EQ(Right(form, 1, 31), 2);
-  EXPECT_EQ(form.RightGraph.Notes[0], "Aver. Ddistance=0.625µm2/s");
+  EXPECT_EQ(g.DataEnd, 31);
+  EXPECT_EQ(g.Row(1)[31], 2);
+  EXPECT_EQ(g.Notes[0], "Aver. Ddistance=0.625µm2/s");
 }

@@ -4,12 +4,11 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "FakePlatform.h"
+#include "TrackBuilders.h"
 #include "app/MainForm.h"
 #include "stats/CorrelationPanels.h"
 #include "stats/MobilitySlopePanel.h"
@@ -19,68 +18,29 @@
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
+// Finite axes the graph draws without repairing them.
+void ExpectDrawable(TQVgraph& g) {
+  ExpectFiniteAxes(g);
+  EXPECT_TRUE(g.CheckRanges());
+}
 
-// Fixed-seed uniforms and Box-Muller normals, the same on every platform.
-struct Noise {
-  std::mt19937 engine;
-  explicit Noise(uint32_t seed) : engine(seed) {}
-  double Uniform() { return (engine() + 0.5) / 4294967296.0; }
-  double Normal() { return std::sqrt(-2 * std::log(Uniform())) * std::cos(2 * kPi * Uniform()); }
-};
+// Free diffusion of D µm²/s at the form's dT.
+XY Brownian(const TMainForm& form, Noise& noise, int n, double D) {
+  return Walk(noise, n, std::sqrt(2 * D * form.S.dT));
+}
 
-SpotRec& AddTrack(TMainForm& form, const std::vector<float>& x, const std::vector<float>& y,
-                  int firstFrame = 0, const std::vector<float>& intensity = {}) {
-  const int32_t index = form.Spots.NSpots;
-  SpotRec& t = form.Spots[index];
-  const int n = static_cast<int>(x.size());
-  EXPECT_TRUE(t.AllocateFrames(n));
-  t.NPoints = n;
-  t.FirstFrame = firstFrame;
-  t.Valid = 1;
+// Motor-like stepping: 8 nm steps along a random line after exponential dwells of
+// 8 frames on average, with 1 nm of position noise.
+void AddStepper(TMainForm& form, Noise& noise, int n) {
+  const double angle = 2 * M_PI * noise.Uniform();
+  Floats x(n), y(n);
+  double along = 0;
   for (int j = 0; j < n; ++j) {
-    t.X[j] = x[j];
-    t.Y[j] = y[j];
-    t.Int[j] = intensity.empty() ? 100.0f : intensity[j];
+    if (noise.Uniform() < 1.0 / 8) along += 0.008;
+    x[j] = static_cast<float>(3 + along * std::cos(angle) + 0.001 * noise.Normal());
+    y[j] = static_cast<float>(3 + along * std::sin(angle) + 0.001 * noise.Normal());
   }
-  form.ComputeTrackValuesOf(index, index + 1);
-  form.Spots.NSpots = index + 1;
-  return t;
-}
-
-// Free diffusion: per-frame steps of sd sqrt(2 D dT) in each coordinate.
-void AddBrownian(TMainForm& form, Noise& noise, int n, double D, int firstFrame = 0) {
-  const double sd = std::sqrt(2 * D * form.S.dT);
-  std::vector<float> x(n), y(n);
-  double px = 5, py = 5;
-  for (int j = 0; j < n; ++j) {
-    x[j] = static_cast<float>(px);
-    y[j] = static_cast<float>(py);
-    px += sd * noise.Normal();
-    py += sd * noise.Normal();
-  }
-  AddTrack(form, x, y, firstFrame);
-}
-
-// The number just after `key` in a note.
-double NoteValue(const std::string& note, const std::string& key) {
-  const size_t at = note.find(key);
-  if (at == std::string::npos) return std::nan("");
-  return std::strtod(note.c_str() + at + key.size(), nullptr);
-}
-
-float Right(const TMainForm& form, int row, int i) { return form.RightData[row * kPanelStride + i]; }
-float Left(const TMainForm& form, int row, int i) { return form.LeftData[row * kPanelStride + i]; }
-
-// Finite, non-empty axes that the graph will draw without repairing them.
-void ExpectDrawable(TQVgraph& graph) {
-  for (double v : {graph.FirstXval, graph.LastXval, graph.FirstY0val, graph.LastY0val,
-                   graph.FirstY1val, graph.LastY1val, graph.TickXdist, graph.TickY0dist,
-                   graph.TickY1dist})
-    EXPECT_TRUE(std::isfinite(v));
-  EXPECT_TRUE(graph.CheckRanges());
-  EXPECT_GE(graph.DataFirst, 0);
-  EXPECT_LT(graph.DataEnd, graph.Stride);
+  AddTrack(form, x, y);
 }
 
 }  // namespace
@@ -95,17 +55,17 @@ TEST(OpenPanels, DistanceCourseGivesDlatAndDwellTime) {
   std::vector<int> lengths;
   for (int i = 0; i < N; ++i) {
     lengths.push_back(10 + static_cast<int>(std::ceil(-60 * std::log((i + 0.5) / N))));
-    AddBrownian(form, noise, lengths.back(), 0.1);
+    AddTrack(form, Brownian(form, noise, lengths.back(), 0.1));
   }
   form.Menu.SetChecked("Time0", true);
   form.RunCommand("R_ShowRMSD");
-  const TQVgraph& g = form.RightGraph;
+  TQVgraph& g = form.RightGraph;
   const std::string& note = g.Notes[0];
   EXPECT_EQ(g.XTitle, "Time (s)");
   EXPECT_NE(note.find(", offRate="), std::string::npos) << note;
-  EXPECT_NEAR(NoteValue(note, "Tau="), 1.8, 1.8 * 0.05) << note;
-  EXPECT_NEAR(NoteValue(note, "offRate="), 1 / NoteValue(note, "Tau="), 0.002);
-  EXPECT_NEAR(NoteValue(note, ",Fitted Dlat="), 0.1, 0.015) << note;
+  EXPECT_NEAR(NoteNumber(note, "Tau="), 1.8, 1.8 * 0.05) << note;
+  EXPECT_NEAR(NoteNumber(note, "offRate="), 1 / NoteNumber(note, "Tau="), 0.002);
+  EXPECT_NEAR(NoteNumber(note, ",Fitted Dlat="), 0.1, 0.015) << note;
   EXPECT_NEAR(form.Results.FitSlope / 4, 0.1, 0.015);
 
   // Tracks present and the mean squared distance, counted here directly.
@@ -119,12 +79,12 @@ TEST(OpenPanels, DistanceCourseGivesDlatAndDwellTime) {
       const float dx = t.X[slot] - t.X[0], dy = t.Y[slot] - t.Y[0];
       squares += dx * dx + dy * dy;
     }
-    EXPECT_EQ(Right(form, 3, slot), present) << slot;
-    EXPECT_NEAR(Right(form, 1, slot), squares / present, 1e-6 * (1 + squares / present));
-    EXPECT_FLOAT_EQ(Right(form, 0, slot), static_cast<float>(slot * 0.03));
+    EXPECT_EQ(g.Row(3)[slot], present) << slot;
+    EXPECT_NEAR(g.Row(1)[slot], squares / present, 1e-6 * (1 + squares / present));
+    EXPECT_FLOAT_EQ(g.Row(0)[slot], static_cast<float>(slot * 0.03));
   }
   EXPECT_TRUE(g.Series[4].Show && g.Series[4].RightAxis && g.Series[3].RightAxis);
-  ExpectDrawable(form.RightGraph);
+  ExpectDrawable(g);
 }
 
 TEST(OpenPanels, TimeZeroAlignsTracksAtTheirStart) {
@@ -132,132 +92,96 @@ TEST(OpenPanels, TimeZeroAlignsTracksAtTheirStart) {
   TMainForm form(platform);
   // Three tracks moving along X at 0.2, 0.4 and 0.6 µm/s, starting at frames 100, 105, 120.
   const int starts[] = {100, 105, 120};
-  for (int k = 0; k < 3; ++k) {
-    std::vector<float> x(20), y(20, 1.0f);
-    for (int j = 0; j < 20; ++j) x[j] = static_cast<float>(1 + j * 0.03 * 0.2 * (k + 1));
-    AddTrack(form, x, y, starts[k]);
-  }
+  for (int k = 0; k < 3; ++k) AddTrack(form, Ramp(20, 0.03 * 0.2 * (k + 1), 1), Floats(20, 1), {}, starts[k]);
   form.RunCommand("R_ShowVelocityTime");
-  // Velocities over 3 frames exist for frames 0 .. 15 of each track.
-  EXPECT_FLOAT_EQ(Right(form, 0, 0), static_cast<float>(100 * 0.03));
-  EXPECT_EQ(Right(form, 3, 0), 1);  // only the first track at frame 100
-  EXPECT_NEAR(Right(form, 1, 0), 0.2, 1e-4);
-  EXPECT_EQ(Right(form, 3, 5), 2);
-  EXPECT_NEAR(Right(form, 1, 5), 0.3, 1e-4);
-  EXPECT_EQ(Right(form, 3, 20), 2);  // frame 120: the last step of the second track
-  EXPECT_NEAR(Right(form, 1, 20), 0.5, 1e-4);
-  EXPECT_EQ(Right(form, 3, 21), 1);
-  EXPECT_NEAR(Right(form, 1, 21), 0.6, 1e-4);
-  EXPECT_EQ(form.RightGraph.DataEnd, 36);
-  EXPECT_NEAR(NoteValue(form.RightGraph.Notes[0], "AverVel="), 0.4, 0.0011);
-  EXPECT_NE(form.RightGraph.Notes[0].find("µm/s, VelStep=3"), std::string::npos);
+  TQVgraph& g = form.RightGraph;
+  // Velocities over 3 frames exist for frames 0 .. 15 of each track. Frame 100: the first
+  // track only; frame 120: the last step of the second track.
+  EXPECT_FLOAT_EQ(g.Row(0)[0], static_cast<float>(100 * 0.03));
+  const struct { int slot, tracks; double speed; } slots[] = {
+      {0, 1, 0.2}, {5, 2, 0.3}, {20, 2, 0.5}, {21, 1, 0.6}};
+  for (const auto& s : slots) {
+    EXPECT_EQ(g.Row(3)[s.slot], s.tracks) << s.slot;
+    EXPECT_NEAR(g.Row(1)[s.slot], s.speed, 1e-4) << s.slot;
+  }
+  EXPECT_EQ(g.DataEnd, 36);
+  EXPECT_NEAR(NoteNumber(g.Notes[0], "AverVel="), 0.4, 0.0011);
+  EXPECT_NE(g.Notes[0].find("µm/s, VelStep=3"), std::string::npos);
 
   form.Menu.SetChecked("Time0", true);
   form.UpdateAnalysis();
-  EXPECT_FLOAT_EQ(Right(form, 0, 0), 0.0f);
-  EXPECT_EQ(Right(form, 3, 0), 3);
-  EXPECT_NEAR(Right(form, 1, 0), 0.4, 1e-4);
-  EXPECT_EQ(form.RightGraph.DataEnd, 16);
-  ExpectDrawable(form.RightGraph);
+  EXPECT_FLOAT_EQ(g.Row(0)[0], 0.0f);
+  EXPECT_EQ(g.Row(3)[0], 3);
+  EXPECT_NEAR(g.Row(1)[0], 0.4, 1e-4);
+  EXPECT_EQ(g.DataEnd, 16);
+  ExpectDrawable(g);
 }
 
 TEST(OpenPanels, IntensityCourseFitsTheBleachingTime) {
   FakePlatform platform;
   TMainForm form(platform);
-  for (int k = 0; k < 4; ++k) {
-    std::vector<float> x(400, 1.0f), y(400, 1.0f), intensity(400);
-    for (int j = 0; j < 400; ++j) intensity[j] = static_cast<float>(1000 * std::exp(-j * 0.03 / 2.0));
-    AddTrack(form, x, y, 7 * k, intensity);
-  }
+  Floats intensity(400);
+  for (int j = 0; j < 400; ++j) intensity[j] = static_cast<float>(1000 * std::exp(-j * 0.03 / 2.0));
+  for (int k = 0; k < 4; ++k) AddTrack(form, Floats(400, 1), Floats(400, 1), intensity, 7 * k);
   form.Menu.SetChecked("Time0", true);
   form.RunCommand("R_ShowTimeCourse");
   const TQVgraph& g = form.RightGraph;
   EXPECT_EQ(g.XTitle, "Time (s)");
   EXPECT_EQ(g.Y0Title, "Average Intensity (c/p)");
   EXPECT_EQ(g.Notes[0].rfind("AverDlat=", 0), 0u);
-  EXPECT_NEAR(NoteValue(g.Notes[0], "BleachTau="), 2.0, 0.1) << g.Notes[0];
+  EXPECT_NEAR(NoteNumber(g.Notes[0], "BleachTau="), 2.0, 0.1) << g.Notes[0];
   EXPECT_TRUE(g.Series[2].Show);
-  EXPECT_NEAR(Right(form, 2, 100), Right(form, 1, 100), 10.0);
+  EXPECT_NEAR(g.Row(2)[100], g.Row(1)[100], 10.0);
 }
 
 TEST(OpenPanels, CorrelationNotesCoefficientAndCount) {
   FakePlatform platform;
   TMainForm form(platform);
   for (int k = 0; k < 6; ++k) {
-    std::vector<float> x(20, 1.0f), y(20, 1.0f);
-    SpotRec& t = AddTrack(form, x, y);
+    SpotRec& t = AddTrack(form, Floats(20, 1), Floats(20, 1));
     t.Dlat = static_cast<float>(0.5 - 0.1 * k);  // added in falling order
     t.AverInt = 100 + 400 * t.Dlat;
     t.AverVel = -t.Dlat;
   }
   form.Spots[5].Dlat = std::nanf("");  // no Dlat: not a point
   form.RunCommand("L_ShowIntMobDistr");
-  const TQVgraph& g = form.LeftGraph;
+  TQVgraph& g = form.LeftGraph;
   EXPECT_EQ(g.Notes[0], "CorrCoef=1, (5 objects)");
   EXPECT_EQ(g.Series[1].Style, Circle);
   EXPECT_EQ(g.DataEnd, 5);
-  EXPECT_FLOAT_EQ(Left(form, 0, 0), 0.1f);  // sorted by X
-  EXPECT_FLOAT_EQ(Left(form, 1, 0), 140.0f);
+  EXPECT_FLOAT_EQ(g.Row(0)[0], 0.1f);  // sorted by X
+  EXPECT_FLOAT_EQ(g.Row(1)[0], 140.0f);
   EXPECT_EQ(g.XTitle, "Dlat (µm2/s)");
-  ExpectDrawable(form.LeftGraph);
+  ExpectDrawable(g);
   form.RunCommand("L_ShowIntVelDistr");
   EXPECT_EQ(g.Notes[0], "CorrCoef=-1, (6 objects)");
   EXPECT_LT(g.FirstXval, -0.5);  // negative velocities stay in view
-  ExpectDrawable(form.LeftGraph);
+  ExpectDrawable(g);
 }
 
 TEST(OpenPanels, MobilitySlopeSeparatesDiffusionFromDirectedMotion) {
   // A straight run at constant speed has MSD = (v k)^2: a slope of exactly 2.
   MsdScratch scratch;
-  std::vector<float> x(200), y(200, 0.0f);
-  for (int j = 0; j < 200; ++j) x[j] = j * 0.01f;
+  const Floats x = Ramp(200, 0.01), y(200, 0.0f);
   EXPECT_NEAR(TrackMobilitySlope(x.data(), y.data(), 200, 50, false, scratch), 2.0, 1e-3);
   EXPECT_TRUE(std::isnan(TrackMobilitySlope(x.data(), y.data(), 9, 50, false, scratch)));
 
   FakePlatform platform;
   TMainForm form(platform);
   Noise noise(3);
-  for (int k = 0; k < 60; ++k) AddBrownian(form, noise, 400, 0.1);
+  for (int k = 0; k < 60; ++k) AddTrack(form, Brownian(form, noise, 400, 0.1));
   form.RunCommand("L_MobilitySlopeDist");
-  EXPECT_NEAR(NoteValue(form.LeftGraph.Notes[0], "Aver. Slope="), 1.0, 0.1)
-      << form.LeftGraph.Notes[0];
-  EXPECT_NE(form.LeftGraph.Notes[0].find("(60 objects)"), std::string::npos);
+  const std::string& note = form.LeftGraph.Notes[0];
+  EXPECT_NEAR(NoteNumber(note, "Aver. Slope="), 1.0, 0.1) << note;
+  EXPECT_NE(note.find("(60 objects)"), std::string::npos);
   ExpectDrawable(form.LeftGraph);
 
   // Directed: 0.5 µm/s plus a little diffusion.
   form.Spots.NSpots = 0;
-  for (int k = 0; k < 30; ++k) {
-    std::vector<float> dx(300), dy(300);
-    double px = 0, py = 0;
-    for (int j = 0; j < 300; ++j) {
-      dx[j] = static_cast<float>(px);
-      dy[j] = static_cast<float>(py);
-      px += 0.5 * 0.03 + 0.002 * noise.Normal();
-      py += 0.002 * noise.Normal();
-    }
-    AddTrack(form, dx, dy);
-  }
+  for (int k = 0; k < 30; ++k) AddTrack(form, Walk(noise, 300, 0.002, 0.5 * 0.03));
   form.UpdateAnalysis();
-  EXPECT_NEAR(NoteValue(form.LeftGraph.Notes[0], "Aver. Slope="), 2.0, 0.1);
+  EXPECT_NEAR(NoteNumber(form.LeftGraph.Notes[0], "Aver. Slope="), 2.0, 0.1);
 }
-
-namespace {
-
-// Motor-like stepping: 8 nm steps along a random line after exponential dwells of
-// 8 frames on average, with 1 nm of position noise.
-void AddStepper(TMainForm& form, Noise& noise, int n) {
-  const double angle = 2 * kPi * noise.Uniform();
-  std::vector<float> x(n), y(n);
-  double along = 0;
-  for (int j = 0; j < n; ++j) {
-    if (noise.Uniform() < 1.0 / 8) along += 0.008;
-    x[j] = static_cast<float>(3 + along * std::cos(angle) + 0.001 * noise.Normal());
-    y[j] = static_cast<float>(3 + along * std::sin(angle) + 0.001 * noise.Normal());
-  }
-  AddTrack(form, x, y);
-}
-
-}  // namespace
 
 TEST(OpenPanels, StepDistributionAndMGaussFitFindTheStep) {
   FakePlatform platform;
@@ -267,17 +191,17 @@ TEST(OpenPanels, StepDistributionAndMGaussFitFindTheStep) {
   form.S.DistanceBin = 1.0;
 
   form.RunCommand("MGaussFit");  // the step panel is not shown yet
-  ASSERT_EQ(platform.messages.size(), 1u);
-  EXPECT_EQ(platform.messages[0], "M-GaussFit works on the \"Show Distance AutoCorr\" panel");
+  EXPECT_EQ(platform.messages,
+            std::vector<std::string>{"M-GaussFit works on the \"Show Distance AutoCorr\" panel"});
 
   form.RunCommand("R_ShowStepDistr");
-  const TQVgraph& g = form.RightGraph;
+  TQVgraph& g = form.RightGraph;
   // Every pair up to 50 frames apart: per track of 300 points 50 * 250 + (49 + ... + 1).
   const long pairs = 30L * (50 * 250 + 49 * 50 / 2);
-  EXPECT_EQ(static_cast<long>(NoteValue(g.Notes[0], "nm, ")), pairs) << g.Notes[0];
+  EXPECT_EQ(static_cast<long>(NoteNumber(g.Notes[0], "nm, ")), pairs) << g.Notes[0];
   // The staircase holds each bin twice; only the last filled bin is not drawn.
   double counted = 0;
-  for (int i = 0; i < g.DataEnd; i += 2) counted += Right(form, 1, i);
+  for (int i = 0; i < g.DataEnd; i += 2) counted += g.Row(1)[i];
   EXPECT_LE(counted, pairs);
   EXPECT_GT(counted, 0.999 * pairs);
   // Bin 8 (8 to 9 nm), counted here in double precision.
@@ -290,21 +214,21 @@ TEST(OpenPanels, StepDistributionAndMGaussFitFindTheStep) {
         inBin8 += d >= 8 && d < 9;
       }
   }
-  EXPECT_NEAR(Right(form, 1, 16), inBin8, 3);
+  EXPECT_NEAR(g.Row(1)[16], inBin8, 3);
   EXPECT_FALSE(g.Series[2].Show);
 
   form.RunCommand("MGaussFit");
   EXPECT_EQ(platform.messages.size(), 1u);
-  EXPECT_NEAR(NoteValue(g.Notes[0], "Step="), 8.0, 0.8) << g.Notes[0];
-  EXPECT_GT(NoteValue(g.Notes[0], "nm, SD="), 0.0);
+  EXPECT_NEAR(NoteNumber(g.Notes[0], "Step="), 8.0, 0.8) << g.Notes[0];
+  EXPECT_GT(NoteNumber(g.Notes[0], "nm, SD="), 0.0);
   EXPECT_TRUE(g.Series[2].Show);
   double misfit = 0, total = 0;
   for (int i = 0; i < g.DataEnd; i += 2) {
-    misfit += std::fabs(Right(form, 2, i) - Right(form, 1, i));
-    total += Right(form, 1, i);
+    misfit += std::fabs(g.Row(2)[i] - g.Row(1)[i]);
+    total += g.Row(1)[i];
   }
   EXPECT_LT(misfit, 0.25 * total);  // the drawn fit follows the histogram
-  ExpectDrawable(form.RightGraph);
+  ExpectDrawable(g);
   form.UpdateAnalysis();  // a recomputation drops the fit
   EXPECT_FALSE(g.Series[2].Show);
 }
@@ -314,7 +238,7 @@ TEST(OpenPanels, MultiGaussFitRecoversAnExactHistogram) {
   // zero-distance Rayleigh curve of the same width (bin width 0.5): the half step
   // fits as well but must lose.
   const double step = 6.5, width = 1.1, bin = 0.5;
-  std::vector<float> bins(120, 0.0f);
+  Floats bins(120, 0.0f);
   for (int i = 0; i < 120; ++i) {
     const double x0 = i * bin, x1 = x0 + bin;
     double sum = 1000.0 * (std::exp(-x0 * x0 / (2 * width * width)) - std::exp(-x1 * x1 / (2 * width * width)));
@@ -333,10 +257,7 @@ TEST(OpenPanels, MultiGaussFitRecoversAnExactHistogram) {
 
   // The solver on its own: y = 3 exp(-0.7 x) from a poor start.
   std::vector<double> xs(30), ys(30);
-  for (int i = 0; i < 30; ++i) {
-    xs[i] = i * 0.2;
-    ys[i] = 3 * std::exp(-0.7 * xs[i]);
-  }
+  for (int i = 0; i < 30; ++i) xs[i] = i * 0.2, ys[i] = 3 * std::exp(-0.7 * xs[i]);
   LmProblem problem;
   problem.n = 30;
   problem.m = 2;
@@ -345,15 +266,11 @@ TEST(OpenPanels, MultiGaussFitRecoversAnExactHistogram) {
     for (int i = 0; i < 30; ++i) {
       const double e = std::exp(-p[1] * xs[i]);
       f[i] = p[0] * e;
-      if (J) {
-        J[i * 2] = e;
-        J[i * 2 + 1] = -p[0] * xs[i] * e;
-      }
+      if (J) J[i * 2] = e, J[i * 2 + 1] = -p[0] * xs[i] * e;
     }
   };
   double p[2] = {1, 3};
-  const LmResult result = LevenbergMarquardt(problem, p);
-  EXPECT_TRUE(result.Converged);
+  EXPECT_TRUE(LevenbergMarquardt(problem, p).Converged);
   EXPECT_NEAR(p[0], 3, 1e-6);
   EXPECT_NEAR(p[1], 0.7, 1e-6);
 
@@ -365,8 +282,9 @@ TEST(OpenPanels, MultiGaussFitRecoversAnExactHistogram) {
 
 TEST(OpenPanels, EmptyOneAndLongTrackStayDrawable) {
   const PanelAnalysis analyses[] = {CalcDistanceTimeCourse, CalcVelocityTimeCourse,
-                                    CalcIntensityTimeCourse, CalcIntMobDistr,
-                                    CalcIntVelDistr, CalcMobilitySlopeDist, CalcStepDistr};
+                                    CalcIntensityTimeCourse, CalcIntMobDistr, CalcIntVelDistr,
+                                    CalcMobilitySlopeDist, CalcStepDistr,
+                                    [](AnalysisContext& c, TQVgraph& g) { StepGaussFit(c, g); }};
   FakePlatform platform;
   TMainForm form(platform);
   Noise noise(5);
@@ -377,16 +295,13 @@ TEST(OpenPanels, EmptyOneAndLongTrackStayDrawable) {
       analysis(context, form.RightGraph);
       ExpectDrawable(form.RightGraph);
     }
-    AnalysisContext context = form.MakeAnalysisContext();
-    StepGaussFit(context, form.RightGraph);
-    ExpectDrawable(form.RightGraph);
   };
   runAll();  // empty store
-  AddBrownian(form, noise, 1, 0.1);
+  AddTrack(form, Brownian(form, noise, 1, 0.1));
   runAll();  // one track of one point
   const auto start = std::chrono::steady_clock::now();
   form.Spots.NSpots = 0;
-  AddBrownian(form, noise, kMaxPoints, 0.1, 2000000000);  // start frame near the int limit
+  AddTrack(form, Brownian(form, noise, kMaxPoints, 0.1), 2000000000);  // start near the int limit
   runAll();
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
   EXPECT_EQ(form.RightGraph.Notes[0].find("nan"), std::string::npos);

@@ -14,15 +14,7 @@
 
 namespace {
 
-struct ZoomRecordingPlatform : FakePlatform {
-  std::vector<int> zooms;
-  std::vector<int> widths;
-  void PrintBitmap(const Bitmap& picture, int zoom) override {
-    FakePlatform::PrintBitmap(picture, zoom);
-    zooms.push_back(zoom);
-    widths.push_back(picture.Width());
-  }
-};
+using Texts = std::vector<std::string>;
 
 void Fill(Bitmap& bitmap, TColor color) {
   for (int y = 0; y < bitmap.Height(); ++y)
@@ -31,10 +23,6 @@ void Fill(Bitmap& bitmap, TColor color) {
 
 uint32_t Read32(const std::vector<uint8_t>& b, size_t at) {
   return b[at] | (b[at + 1] << 8) | (b[at + 2] << 16) | (uint32_t{b[at + 3]} << 24);
-}
-
-std::string TempPath(const std::string& name) {
-  return (std::filesystem::temp_directory_path() / ("kinetra_pic_" + name)).string();
 }
 
 }  // namespace
@@ -60,15 +48,14 @@ TEST(PictureOutput, ComposeTakesTheRightPanelsLeftHalfWidth) {
   EXPECT_EQ(row, "LLLLLLLLLLRRRRRRRRRRE");
   EXPECT_EQ(picture->Pixel(5, 7), Colors::White);  // below the panels
 
-  // A right panel narrower than half the width: the strip beyond it comes from outside
-  // the bitmap, which reads black.
+  // A right panel narrower than half the width: the strip beyond it reads black.
   picture = ComposePanels(&left, &narrow, 20, 6);
   ASSERT_NE(picture, nullptr);
   EXPECT_EQ(picture->Pixel(13, 2), 0x00BB00u);
   EXPECT_EQ(picture->Pixel(14, 2), 0u);
   EXPECT_EQ(picture->Pixel(19, 2), 0u);
 
-  // No factory, or no room: no picture.
+  // No room, or no factory: no picture.
   EXPECT_EQ(ComposePanels(&left, &right, 20, 0), nullptr);
   SetBitmapFactory(nullptr);
   EXPECT_EQ(ComposePanels(&left, &right, 20, 6), nullptr);
@@ -81,23 +68,16 @@ TEST(PictureOutput, Bmp24BytesByHand) {
   const std::vector<uint8_t> b = EncodeBmp24(bitmap);
   // Rows of 9 bytes padded to 12, bottom row first.
   ASSERT_EQ(b.size(), 54u + 24u);
-  EXPECT_EQ(b[0], 'B');
-  EXPECT_EQ(b[1], 'M');
-  EXPECT_EQ(Read32(b, 2), 78u);
-  EXPECT_EQ(Read32(b, 10), 54u);
-  EXPECT_EQ(Read32(b, 14), 40u);
-  EXPECT_EQ(Read32(b, 18), 3u);
-  EXPECT_EQ(Read32(b, 22), 2u);
-  EXPECT_EQ(b[26] | (b[27] << 8), 1);
-  EXPECT_EQ(b[28] | (b[29] << 8), 24);
-  EXPECT_EQ(Read32(b, 30), 0u);
-  EXPECT_EQ(Read32(b, 34), 24u);
-  const std::vector<uint8_t> pixels(b.begin() + 54, b.end());
+  EXPECT_EQ(std::string(b.begin(), b.begin() + 2), "BM");
+  // File size, pixel offset, header size, width, height, planes | bits, compression, image size.
+  EXPECT_EQ((std::vector<uint32_t>{Read32(b, 2), Read32(b, 10), Read32(b, 14), Read32(b, 18),
+                                   Read32(b, 22), Read32(b, 26), Read32(b, 30), Read32(b, 34)}),
+            (std::vector<uint32_t>{78, 54, 40, 3, 2, 1 | 24 << 16, 0, 24}));
   const std::vector<uint8_t> expected = {
       0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x44, 0x55, 0x66, 0, 0, 0,  // bottom row
       0x11, 0x22, 0x33, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0,  // top row
   };
-  EXPECT_EQ(pixels, expected);
+  EXPECT_EQ(std::vector<uint8_t>(b.begin() + 54, b.end()), expected);
 
   RecordingBitmap empty(0, 5);
   EXPECT_TRUE(EncodeBmp24(empty).empty());
@@ -109,7 +89,7 @@ TEST(PictureOutput, SaveAsBMPWritesTheComposedPicture) {
   FakePlatform platform;
   TMainForm form(platform);
   form.FormResize(1197, 623, 20);
-  const std::string path = TempPath("save.bmp");
+  const std::string path = (std::filesystem::temp_directory_path() / "kinetra_pic_save.bmp").string();
   std::remove(path.c_str());
 
   platform.saveAnswers.push_back(path);
@@ -124,27 +104,31 @@ TEST(PictureOutput, SaveAsBMPWritesTheComposedPicture) {
   ASSERT_EQ(b.size(), 54u + 3592u * 603u);
   EXPECT_EQ(Read32(b, 18), 1197u);
   EXPECT_EQ(Read32(b, 22), 603u);
-  EXPECT_TRUE(platform.messages.empty());
   std::remove(path.c_str());
 
-  // Cancel: nothing written, nothing said.
-  form.RunCommand("SaveAsBMP");
+  form.RunCommand("SaveAsBMP");  // cancelled: nothing written, nothing said
   EXPECT_FALSE(std::filesystem::exists(path));
   EXPECT_TRUE(platform.messages.empty());
 
-  // A file that cannot be written.
   platform.saveAnswers.push_back("/nonexistent-folder/x.bmp");
   form.RunCommand("SaveAsBMP");
-  EXPECT_EQ(platform.messages, (std::vector<std::string>{"Can not open file to write data"}));
+  EXPECT_EQ(platform.messages, Texts{"Can not open file to write data"});
 
-  // No bitmap can be made: the save's own message.
   platform.messages.clear();
-  SetBitmapFactory(nullptr);
+  SetBitmapFactory(nullptr);  // no bitmap can be made: the save's own message
   form.RunCommand("SaveAsBMP");
-  EXPECT_EQ(platform.messages, (std::vector<std::string>{"BMP eror"}));
+  EXPECT_EQ(platform.messages, Texts{"BMP eror"});
 }
 
 TEST(PictureOutput, PrintGraphsAndPrintBitmap) {
+  struct ZoomRecordingPlatform : FakePlatform {
+    std::vector<int> zooms, widths;
+    void PrintBitmap(const Bitmap& picture, int zoom) override {
+      FakePlatform::PrintBitmap(picture, zoom);
+      zooms.push_back(zoom);
+      widths.push_back(picture.Width());
+    }
+  };
   RecordingFactoryScope factory;
   ZoomRecordingPlatform platform;
   TMainForm form(platform);
@@ -155,45 +139,37 @@ TEST(PictureOutput, PrintGraphsAndPrintBitmap) {
   platform.printConfirm = true;
   form.S.PrintZoom = 3;
   form.RunCommand("PrintGraphs");
-  EXPECT_EQ(platform.zooms, (std::vector<int>{3}));
-  EXPECT_EQ(platform.widths, (std::vector<int>{1197}));
+  EXPECT_EQ(platform.zooms, std::vector<int>{3});
+  EXPECT_EQ(platform.widths, std::vector<int>{1197});
 
-  // An empty bitmap has no device-independent form.
-  RecordingBitmap empty(0, 0);
+  RecordingBitmap empty(0, 0);  // no device-independent form
   form.PrintBitmap(empty);
-  EXPECT_EQ(platform.messages, (std::vector<std::string>{"Can not allocate print buffer"}));
+  EXPECT_EQ(platform.messages, Texts{"Can not allocate print buffer"});
   EXPECT_EQ(platform.printed, 1);
 
   platform.messages.clear();
   SetBitmapFactory(nullptr);
   form.RunCommand("PrintGraphs");
-  EXPECT_EQ(platform.messages, (std::vector<std::string>{"BMP allocation ERROR"}));
+  EXPECT_EQ(platform.messages, Texts{"BMP allocation ERROR"});
 }
 
 TEST(PictureOutput, PrintZoomPrompt) {
   FakePlatform platform;
   TMainForm form(platform);
   EXPECT_EQ(form.Menu.Caption("PrintZoom"), "Print Zoom=2");
-  const struct {
-    const char* answer;
-    int zoom;
-    const char* caption;
-    bool message;
-  } steps[] = {
-      {"3", 3, "PrintZoom=3", false},   {"21", 3, "PrintZoom=3", true},
-      {"0", 3, "PrintZoom=3", true},    {"abc", 1, "PrintZoom=1", false},
+  const struct { const char* answer; int zoom; const char* caption; bool message; } steps[] = {
+      {"3", 3, "PrintZoom=3", false},    {"21", 3, "PrintZoom=3", true},
+      {"0", 3, "PrintZoom=3", true},     {"abc", 1, "PrintZoom=1", false},
       {"20", 20, "PrintZoom=20", false}, {"-4", 20, "PrintZoom=20", true},
   };
   for (const auto& step : steps) {
+    SCOPED_TRACE(step.answer);
     platform.messages.clear();
     platform.promptAnswers.push_back(step.answer);
     form.RunCommand("PrintZoom");
-    EXPECT_EQ(form.S.PrintZoom, step.zoom) << step.answer;
-    EXPECT_EQ(form.Menu.Caption("PrintZoom"), step.caption) << step.answer;
-    EXPECT_EQ(platform.messages,
-              step.message ? std::vector<std::string>{"Print Zoom Out of Order"}
-                           : std::vector<std::string>{})
-        << step.answer;
+    EXPECT_EQ(form.S.PrintZoom, step.zoom);
+    EXPECT_EQ(form.Menu.Caption("PrintZoom"), step.caption);
+    EXPECT_EQ(platform.messages, step.message ? Texts{"Print Zoom Out of Order"} : Texts{});
   }
   EXPECT_EQ(platform.prompts.front(), "Set Print Zoom/Scale|Zoom=|2");
   EXPECT_EQ(platform.prompts.back(), "Set Print Zoom/Scale|Zoom=|20");

@@ -390,3 +390,12 @@ TEST(QviReader, AllocationFailures) {
   EXPECT_EQ(other.messages, std::vector<std::string>{"Can not allocate memory for SPOT data"});
   EXPECT_TRUE(other.mainClosed);
 }
+
+TEST(QviReader, FolderIsAFileThatCannotBeOpened) {
+  FakePlatform platform;
+  TMainForm form(platform);
+  form.LoadQVIFile(::testing::TempDir(), true);
+  ASSERT_EQ(platform.messages.size(), 1u);
+  EXPECT_EQ(platform.messages[0], "Can not open file");
+  EXPECT_EQ(form.NFiles, 0);
+}

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "FakePlatform.h"
+#include "TrackBuilders.h"
 #include "app/MainForm.h"
 #include "stats/DistancePanels.h"
 #include "stats/VelocityPanels.h"
@@ -14,48 +14,9 @@
 
 namespace {
 
-struct Track {
-  std::vector<float> x, y;
-};
-
-void AddTrack(TMainForm& form, const Track& t) {
-  const int32_t i = form.Spots.NSpots;
-  const int32_t n = static_cast<int32_t>(t.x.size());
-  SpotRec& rec = form.Spots[i];
-  ASSERT_TRUE(rec.AllocateFrames(n));
-  rec.NPoints = n;
-  for (int32_t k = 0; k < n; ++k) {
-    rec.X[k] = t.x[k];
-    rec.Y[k] = t.y[k];
-    rec.Int[k] = 100;
-  }
-  rec.Valid = 1;
-  form.ComputeTrackValuesOf(i, i + 1);
-  form.Spots.NSpots = i + 1;
-}
-
-// Normal deviates by Box-Muller on the generator's raw output.
-double Normal(std::mt19937& gen) {
-  const double u1 = (gen() + 0.5) / 4294967296.0;
-  const double u2 = (gen() + 0.5) / 4294967296.0;
-  return std::sqrt(-2 * std::log(u1)) * std::cos(2 * M_PI * u2);
-}
-
-// Straight motion at `speed` µm/s in a random direction, frames dT apart, with
-// position noise `noise` µm.
-Track Directed(std::mt19937& gen, int n, double speed, double dT, double noise) {
-  const double angle = 2 * M_PI * ((gen() + 0.5) / 4294967296.0);
-  Track t;
-  for (int k = 0; k < n; ++k) {
-    t.x.push_back(static_cast<float>(20 + k * speed * dT * std::cos(angle) + noise * Normal(gen)));
-    t.y.push_back(static_cast<float>(20 + k * speed * dT * std::sin(angle) + noise * Normal(gen)));
-  }
-  return t;
-}
-
-// Points along a path given by its steps.
-Track Path(const std::vector<std::pair<float, float>>& steps) {
-  Track t{{0}, {0}};
+// Points along a path given by its steps, from the origin.
+XY Path(const std::vector<std::pair<float, float>>& steps) {
+  XY t{{0}, {0}};
   for (auto [dx, dy] : steps) {
     t.x.push_back(t.x.back() + dx);
     t.y.push_back(t.y.back() + dy);
@@ -63,26 +24,17 @@ Track Path(const std::vector<std::pair<float, float>>& steps) {
   return t;
 }
 
-int ArgMax(const float* row, int n) {
-  int best = 0;
-  for (int i = 1; i < n; ++i)
-    if (row[i] > row[best]) best = i;
-  return best;
+// Directed motion at `speed` µm/s (frames 0.03 s apart) in a random direction.
+XY Directed(Noise& noise, int n, double speed, double sd) {
+  return Walk(noise, n, sd, speed * 0.03, 2 * M_PI * noise.Uniform());
 }
+
+int ArgMax(const float* row, int n) { return static_cast<int>(std::max_element(row, row + n) - row); }
 
 double RowSum(const float* row) {
   double sum = 0;
   for (int i = 0; i < 10000; ++i) sum += row[i];
   return sum;
-}
-
-void ExpectDrawable(const TQVgraph& g) {
-  for (double v : {g.FirstXval, g.LastXval, g.FirstY0val, g.LastY0val, g.FirstY1val, g.LastY1val})
-    EXPECT_TRUE(std::isfinite(v));
-  EXPECT_GT(g.TickXdist, 0);
-  EXPECT_GT(g.TickY0dist, 0);
-  EXPECT_GE(g.DataEnd, 0);
-  EXPECT_LT(g.DataEnd, g.Stride);
 }
 
 }  // namespace
@@ -96,37 +48,30 @@ TEST(VelocityPanels, GaussValueIsTheNormalDensity) {
 TEST(VelocityPanels, DirectedTracksPeakAtTheirSpeed) {
   FakePlatform platform;
   TMainForm form(platform);
-  std::mt19937 gen(7);
+  Noise noise(7);
   // 400 tracks whose speeds scatter around 1.5 µm/s (SD 0.3).
   double sum = 0;
-  for (int k = 0; k < 400; ++k) {
-    AddTrack(form, Directed(gen, 40, 1.5 + 0.3 * Normal(gen), 0.03, 0.001));
-    sum += form.Spots[k].AverVel;
-  }
+  for (int k = 0; k < 400; ++k) sum += AddTrack(form, Directed(noise, 40, 1.5 + 0.3 * noise.Normal(), 0.001)).AverVel;
   ASSERT_TRUE(form.RunCommand("R_ShowVelDist"));
   const TQVgraph& g = form.RightGraph;
   EXPECT_DOUBLE_EQ(form.Results.AverVelDist, sum / 400);
   EXPECT_NEAR(form.Results.AverVelDist, 1.5, 0.05);
-  // Bins are counted from their left edge, so the fitted centre sits half a bin
-  // below the mean speed; the scan moves in half-bin steps.
+  // Bins are counted from their left edge, so the fitted centre sits half a bin below the
+  // mean speed; the scan moves in half-bin steps.
   const std::string& note = g.Notes[0];
-  const size_t at = note.find(", bestFit=");
-  ASSERT_NE(at, std::string::npos) << note;
-  EXPECT_NEAR(std::stod(note.substr(at + 10)), 1.45, 0.08) << note;
+  EXPECT_NEAR(NoteNumber(note, ", bestFit="), 1.45, 0.08) << note;
   EXPECT_NEAR(g.Row(0)[ArgMax(g.Row(1), g.DataEnd + 1)], 1.45, 0.25);
   EXPECT_EQ(note.rfind("AverVel=" + FormatReal(TruncateTo(sum / 400, 1000.00001, 0.001)) +
-                           "µm (SD=",
-                       0),
-            0u);
+                           "µm (SD=", 0), 0u) << note;
   EXPECT_EQ(note.substr(note.size() - 13), "um, VelStep=3");
   EXPECT_TRUE(g.Series[1].Show && g.Series[2].Show);
   EXPECT_EQ(g.SeriesCount, 2);
   EXPECT_EQ(g.XTitle, "Velocity (µm/s)");
 
-  // Instant velocities of tracks at one speed, 1.55 µm/s, with 5 nm noise: the
-  // peak is bin 15 (1.5 .. 1.6) and every step is counted.
+  // Instant velocities of tracks at one speed, 1.55 µm/s, with 4 nm of noise per frame:
+  // the peak is bin 15 (1.5 .. 1.6) and every step is counted.
   TMainForm one(platform);
-  for (int k = 0; k < 20; ++k) AddTrack(one, Directed(gen, 100, 1.55, 0.03, 0.005));
+  for (int k = 0; k < 20; ++k) AddTrack(one, Directed(noise, 100, 1.55, 0.004));
   ASSERT_TRUE(one.RunCommand("R_ShowInstantVel"));
   EXPECT_NEAR(one.Results.AverInstVel, 1.55, 0.01);
   EXPECT_EQ(ArgMax(one.RightGraph.Row(1), 10000), 15);
@@ -138,10 +83,9 @@ TEST(VelocityPanels, DirectedTracksPeakAtTheirSpeed) {
 TEST(VelocityPanels, NotesAndOriginExactly) {
   FakePlatform platform;
   TMainForm form(platform);
-  const std::vector<std::pair<float, float>> along(9, {0.25f, 0});
-  for (int k = 0; k < 3; ++k) AddTrack(form, Path(along));
-  // Average velocities 0.25, 0.25, 0.35: bins 2, 2, 3; mode 0.2, centre scan
-  // 0.1 .. 0.3 with SD 0.0471 is best at 0.25 (worked out separately).
+  for (int k = 0; k < 3; ++k) AddTrack(form, Path(std::vector<std::pair<float, float>>(9, {0.25f, 0})));
+  // Average velocities 0.25, 0.25, 0.35: bins 2, 2, 3; mode 0.2, centre scan 0.1 .. 0.3
+  // with SD 0.0471 is best at 0.25 (worked out separately).
   form.Spots[0].AverVel = form.Spots[1].AverVel = 0.25f;
   form.Spots[2].AverVel = 0.35f;
   ASSERT_TRUE(form.RunCommand("R_ShowVelDist"));
@@ -169,8 +113,7 @@ TEST(VelocityPanels, NotesAndOriginExactly) {
   // Signed speeds: steps towards -X at 0.25 µm/s count negative; q = trunc(-2.5) = -2,
   // one lower for a negative q, origin -0.3.
   TMainForm back(platform);
-  for (int k = 0; k < 3; ++k)
-    AddTrack(back, Path(std::vector<std::pair<float, float>>(9, {-0.0075f, 0})));
+  for (int k = 0; k < 3; ++k) AddTrack(back, Path(std::vector<std::pair<float, float>>(9, {-0.0075f, 0})));
   back.SelectSpots();
   AnalysisContext context = back.MakeAnalysisContext();
   context.Flags.Rules.AbsoluteXspeed = true;
@@ -185,15 +128,15 @@ TEST(VelocityPanels, AngleDistributionOfKnownTurns) {
   TMainForm form(platform);
   form.S.VelocityStep = 1;
   // Steps alternating (1,1) and (1,0): 8 angles, +pi/4 (bin 7) and -pi/4 (dropped).
-  std::vector<std::pair<float, float>> zigzag;
-  for (int k = 0; k < 10; ++k) zigzag.push_back({1.0f, k % 2 ? 0.0f : 1.0f});
-  AddTrack(form, Path(zigzag));
   // Slopes 1 and -1 in turn: every product is -1, the angle pi/2 (bin 15).
-  std::vector<std::pair<float, float>> saw;
-  for (int k = 0; k < 10; ++k) saw.push_back({1.0f, k % 2 ? -1.0f : 1.0f});
+  std::vector<std::pair<float, float>> zigzag, saw;
+  for (int k = 0; k < 10; ++k) {
+    zigzag.push_back({1.0f, k % 2 ? 0.0f : 1.0f});
+    saw.push_back({1.0f, k % 2 ? -1.0f : 1.0f});
+  }
+  AddTrack(form, Path(zigzag));
   AddTrack(form, Path(saw));
-  // Straight along Y, then a reversal along X, then a right turn from +X to +Y:
-  // 0, 0 and -pi/2 (dropped).
+  // Straight along Y, a reversal along X, a right turn from +X to +Y: 0, 0, -pi/2 (dropped).
   AddTrack(form, Path({{0, 1}, {0, 1}, {0, 1}}));
   AddTrack(form, Path({{1, 0}, {-1, 0}, {0, 0.5f}}));
   AddTrack(form, Path({{1, 0}, {0, 1}, {0, 1}}));
@@ -201,16 +144,12 @@ TEST(VelocityPanels, AngleDistributionOfKnownTurns) {
   form.Results.AverInstVel = 1.2345;
   ASSERT_TRUE(form.RunCommand("L_ShowAngleDistr"));
   const TQVgraph& g = form.LeftGraph;
-  EXPECT_EQ(g.Row(1)[7], 4);
-  EXPECT_EQ(g.Row(1)[15], 8);
-  EXPECT_EQ(g.Row(1)[0], 2);  // the Y track and the reversal
+  EXPECT_EQ((Floats{g.Row(1)[7], g.Row(1)[15], g.Row(1)[0]}), (Floats{4, 8, 2}));
   EXPECT_EQ(RowSum(g.Row(1)), 4 + 8 + 2);
   EXPECT_EQ(g.DataEnd, 15);
   // Dropped angles still divide the mean.
-  const double kept = 4 * static_cast<double>(static_cast<float>(std::atan(1.0))) +
-                      8 * static_cast<double>(1.5707964f);
-  const int all = 8 + 8 + 1 + 1 + 1;
-  EXPECT_NEAR(form.Results.AverAngle, kept / all, 1e-6);
+  const double kept = 4 * double(static_cast<float>(std::atan(1.0))) + 8 * double(1.5707964f);
+  EXPECT_NEAR(form.Results.AverAngle, kept / (8 + 8 + 1 + 1 + 1), 1e-6);
   // The note carries the last instant-velocity mean, not the angle mean.
   EXPECT_EQ(g.Notes[0], "AverVel=1.234µm/s, VelStep=1");
   EXPECT_EQ(g.XTitle, "AngleChange(rad)");
@@ -221,55 +160,44 @@ TEST(VelocityPanels, AngleDistributionOfKnownTurns) {
 TEST(VelocityPanels, DegenerateInputsStayDrawable) {
   FakePlatform platform;
   TMainForm form(platform);
-  const PanelAnalysis all[] = {CalcVelDist, CalcInstantVelDist, CalcAngleDist, CalcMaxDistDist};
-  auto runAll = [&](TMainForm& f) {
-    f.SelectSpots();
-    AnalysisContext context = f.MakeAnalysisContext();
-    for (PanelAnalysis analysis : all) {
-      analysis(context, f.LeftGraph);
-      ExpectDrawable(f.LeftGraph);
+  auto runAll = [&] {
+    form.SelectSpots();
+    AnalysisContext context = form.MakeAnalysisContext();
+    for (PanelAnalysis analysis : {CalcVelDist, CalcInstantVelDist, CalcAngleDist, CalcMaxDistDist}) {
+      analysis(context, form.LeftGraph);
+      ExpectFiniteAxes(form.LeftGraph);
     }
   };
-  runAll(form);  // empty store: means are NaN, nothing drawn
+  runAll();  // empty store: means are NaN, nothing drawn
   EXPECT_EQ(form.LeftGraph.DataEnd, 0);
   EXPECT_EQ(form.LeftGraph.Notes[0].rfind("AverDist=", 0), 0u);
 
-  std::mt19937 gen(3);
-  AddTrack(form, Directed(gen, 30, 1, 0.03, 0.01));  // one track
-  runAll(form);
-
+  Noise noise(3);
+  AddTrack(form, Directed(noise, 30, 1, 0.01));  // one track
+  runAll();
   // One track of the longest length, with bins so fine that the top bins fill.
-  Track walk;
-  for (int k = 0; k < kMaxPoints; ++k) {
-    walk.x.push_back(static_cast<float>(k % 2 ? 0.0 : 0.1 * Normal(gen)));
-    walk.y.push_back(static_cast<float>(0.05 * Normal(gen)));
-  }
-  AddTrack(form, walk);
+  AddTrack(form, Walk(noise, kMaxPoints, 0.1));
   form.S.VelocityBin = 0.0001;
-  runAll(form);
-
-  // Settings the prompts never allow: a zero bin and a zero step with independent
-  // pairs would never advance their loops.
+  runAll();
+  // Settings the prompts never allow: a zero bin and a zero step with independent pairs
+  // would never advance their loops.
   form.S.VelocityBin = 0;
   form.S.VelocityStep = 0;
   form.Menu.SetChecked("IndependentPairs", true);
-  runAll(form);
+  runAll();
   EXPECT_TRUE(platform.messages.empty());
 }
 
 TEST(VelocityPanels, CollectionStopsAt1999996Values) {
   FakePlatform platform;
   TMainForm form(platform);
-  // 201 straight tracks of 10000 points: 9996 velocities and 9993 angles each, more
-  // than the scratch takes.
+  // 201 straight tracks of 10000 points: 9996 velocities and 9993 angles each, more than
+  // the scratch takes.
+  const Floats line = Ramp(kMaxPoints, 0.25);
   for (int t = 0; t < 201; ++t) {
-    SpotRec& rec = form.Spots[t];
-    ASSERT_TRUE(rec.AllocateFrames(kMaxPoints));
-    rec.NPoints = kMaxPoints;
-    rec.Valid = 1;
-    for (int k = 0; k < kMaxPoints; ++k) rec.X[k] = k * 0.25f;
+    SpotRec& rec = AddBlankTrack(form, kMaxPoints);
+    std::copy(line.begin(), line.end(), rec.X.data());
   }
-  form.Spots.NSpots = 201;
   form.SelectSpots();
   AnalysisContext context = form.MakeAnalysisContext();
   CalcInstantVelDist(context, form.RightGraph);

@@ -403,3 +403,35 @@ TEST_F(ViewerTest, BatchCommandsPrintAndSettings) {
   EXPECT_EQ(platform.graphDialogs, 1);
   EXPECT_EQ(form.QVgraphDlgForm->Graph, &viewer.Graph);
 }
+
+TEST_F(ViewerTest, EveryCommandSurvivesEmptyAndOddTracks) {
+  const char* commands[] = {"IntensityXY",  "Show_MSD_dT",   "ShowDistAutoCorr", "ShowXverYgraph",
+                            "ShowYverIntens", "ShowDrift",   "ShowVelocity",     "DynamicXY",
+                            "RemoveFirstVal", "RemoveEndVal", "RemoveEndsM",     "RemoveEnds",
+                            "AutoYscale",     "UseRelativeXY", "PrintGraph"};
+  const int keys[] = {ViewerKey::Left, ViewerKey::Right, ViewerKey::Up, ViewerKey::Down,
+                      ViewerKey::Add, ViewerKey::Subtract, ViewerKey::PageUp, ViewerKey::PageDown};
+  auto exercise = [&] {
+    for (const char* command : commands) {
+      ASSERT_TRUE(viewer.RunCommand(command)) << command;
+      viewer.Render();
+      viewer.MouseDown(100, 50);
+      viewer.MouseMove(400, 200);
+      viewer.MouseUp(500, 50);
+      viewer.GraphTimerTimer();
+    }
+    for (int key : keys) viewer.KeyDown(key);
+  };
+  exercise();  // nothing shown yet
+  const float nan = std::nanf(""), inf = INFINITY;
+  Add(0, {nan, 1, inf}, {nan, nan, 2}, {nan, 5, 6});
+  viewer.ShowSpot(0);
+  exercise();
+  Add(INT32_MAX, {1});
+  viewer.ShowSpot(1);
+  exercise();
+  form.Spots.NSpots = 0;  // the store emptied under the viewer
+  exercise();
+  EXPECT_EQ(form.Spots[0].NPoints, 3);
+  EXPECT_FALSE(viewer.RunCommand("NoSuchItem"));
+}

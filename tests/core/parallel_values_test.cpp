@@ -1,0 +1,365 @@
+// The fast per-track paths (vector kernels, interleaved batches, the parallel load and
+// its thread pool) against the plain loops: the same bits whatever the length, the pair
+// rules, the instruction set or the thread that did the work.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include "FakePlatform.h"
+#include "app/MainForm.h"
+#include "cli/BatchPlatform.h"
+#include "sim/SimOutput.h"
+#include "stats/ParallelValues.h"
+#include "stats/ThreadPool.h"
+#include "stats/TrackValues.h"
+
+namespace {
+
+// The fast kernel sets this processor runs; the start-up choice is restored afterwards.
+class KernelSets {
+ public:
+  KernelSets() {
+    if (SelectKernels(KernelSet::Avx2)) sets_.push_back(KernelSet::Avx2);
+    SelectKernels(KernelSet::Sse2);
+    sets_.push_back(KernelSet::Sse2);
+  }
+  ~KernelSets() { SelectKernels(saved_); }
+  const std::vector<KernelSet>& sets() const { return sets_; }
+
+ private:
+  KernelSet saved_ = ActiveKernels();
+  std::vector<KernelSet> sets_;
+};
+
+bool SameBits(const void* a, const void* b, size_t bytes) { return std::memcmp(a, b, bytes) == 0; }
+
+// A drifting random walk with an intensity step; `special` puts a NaN (1) or an
+// infinity (2) into a few coordinates and one intensity.
+SpotRec RandomTrack(std::mt19937& gen, int n, int special = 0) {
+  std::normal_distribution<float> step(0.0f, 0.08f), noise(0.0f, 8.0f);
+  std::uniform_real_distribution<float> drift(-0.06f, 0.06f);
+  SpotRec t;
+  t.NPoints = n;
+  EXPECT_TRUE(t.AllocateFrames(n));
+  const float vx = drift(gen), vy = drift(gen);
+  const int stepAt = n > 0 ? static_cast<int>(gen() % static_cast<unsigned>(n)) : 0;
+  float x = 20, y = 20;
+  for (int k = 0; k < n; ++k) {
+    x += vx + step(gen);
+    y += vy + step(gen);
+    t.X[k] = x;
+    t.Y[k] = y;
+    t.Int[k] = (k < stepAt ? 150.0f : 70.0f) + noise(gen);
+  }
+  if (special != 0 && n > 3) {
+    const float value = special == 1 ? std::numeric_limits<float>::quiet_NaN()
+                                     : std::numeric_limits<float>::infinity();
+    t.X[n / 3] = value;
+    t.Y[n / 4] = value;
+    t.Y[n / 4 + 1] = value;
+    t.Int[n / 2] = value;
+  }
+  return t;
+}
+
+// Every value the per-track pass sets, as bytes.
+std::vector<char> Values(const SpotRec& t) {
+  std::vector<char> bytes;
+  auto add = [&](const auto& v) {
+    const char* p = reinterpret_cast<const char*>(&v);
+    bytes.insert(bytes.end(), p, p + sizeof v);
+  };
+  add(t.AverInt);
+  add(t.Dlat);
+  add(t.AverVel);
+  add(t.STest);
+  add(t.StepIndex);
+  add(t.IntBefore);
+  add(t.IntAfter);
+  return bytes;
+}
+
+SpotRec CopyOf(const SpotRec& t) {
+  SpotRec c;
+  c.NPoints = t.NPoints;
+  c.Int = t.Int;
+  c.X = t.X;
+  c.Y = t.Y;
+  return c;
+}
+
+}  // namespace
+
+TEST(FastKernels, MsdMatchesThePlainLoopBitForBit) {
+  KernelSets kernels;
+  std::mt19937 gen(77);
+  std::vector<int> lengths;
+  for (int n = 0; n <= 72; ++n) lengths.push_back(n);  // every block and tail shape
+  for (int n : {95, 127, 128, 129, 200, 257, 511, 1000, 2049, 4999, 10000}) lengths.push_back(n);
+  for (int i = 0; i < 3; ++i) lengths.push_back(73 + static_cast<int>(gen() % 6000));
+  const float kSentinel = -4321.0f;
+  std::vector<float> msd(10000), dk(10000), refMsd(10000), refDk(10000);
+  for (size_t i = 0; i < lengths.size(); ++i) {
+    const int n = lengths[i];
+    // Every seventh track carries a NaN or an infinity, alternately.
+    const SpotRec t = RandomTrack(gen, n, i % 7 == 3 ? 1 + static_cast<int>(i / 7) % 2 : 0);
+    for (bool independent : {false, true}) {
+      std::fill(refMsd.begin(), refMsd.end(), kSentinel);
+      std::fill(refDk.begin(), refDk.end(), kSentinel);
+      const double ref = CalcTrackMSDReference(t.X.data(), t.Y.data(), n, 0.03f, refDk.data(),
+                                               refMsd.data(), independent);
+      for (KernelSet set : kernels.sets()) {
+        SelectKernels(set);
+        std::fill(msd.begin(), msd.end(), kSentinel);
+        std::fill(dk.begin(), dk.end(), kSentinel);
+        const double dlat =
+            CalcTrackMSD(t.X.data(), t.Y.data(), n, 0.03f, dk.data(), msd.data(), independent);
+        // Whole arrays: slot 0 and every slot from n/2 on stay untouched as well.
+        ASSERT_TRUE(SameBits(&dlat, &ref, sizeof dlat)) << "n " << n << " set " << int(set);
+        ASSERT_TRUE(SameBits(msd.data(), refMsd.data(), msd.size() * sizeof(float))) << "n " << n;
+        ASSERT_TRUE(SameBits(dk.data(), refDk.data(), dk.size() * sizeof(float))) << "n " << n;
+      }
+    }
+  }
+  // A 6-point track worked by hand: steps of 1 along X, lag 2 moves 2.
+  const float x6[] = {0, 1, 2, 3, 4, 5}, y6[] = {0, 0, 0, 0, 0, 0};
+  for (KernelSet set : kernels.sets()) {
+    SelectKernels(set);
+    EXPECT_EQ(CalcTrackMSD(x6, y6, 6, 0.5f, dk.data(), msd.data(), false), 4.0 / (8 * 0.5));
+    EXPECT_EQ(msd[1], 1.0f);
+    EXPECT_EQ(msd[2], 4.0f);
+  }
+}
+
+TEST(FastKernels, BatchesAndSingleTracksMatchThePlainLoops) {
+  KernelSets kernels;
+  std::mt19937 gen(5150);
+  const int lengths[] = {0, 1, 2, 5, 6, 7, 20, 21, 22, 23, 31, 64, 200, 333, 1001, 2500};
+  std::vector<SpotRec> tracks;
+  for (int n : lengths) tracks.push_back(RandomTrack(gen, n));
+  tracks.push_back(RandomTrack(gen, 150, 1));
+  tracks.push_back(RandomTrack(gen, 90, 2));
+  std::shuffle(tracks.begin(), tracks.end(), gen);
+
+  auto scratch = std::make_unique<BatchScratch>();
+  auto plainScratch = std::make_unique<MsdScratch>();
+  struct Variant {
+    int velocityStep;
+    bool independent, absoluteX;
+    double timeScale;
+  };
+  const Variant variants[] = {{3, false, false, 1.0}, {1, true, true, 1.0 / 60},
+                              {7, false, true, 1.0}, {3, true, false, 1.0}, {0, false, false, 1.0}};
+  for (const Variant& v : variants) {
+    Settings s;
+    s.VelocityStep = v.velocityStep;
+    s.TimeScale = v.timeScale;
+    const PairRules rules{v.independent, v.absoluteX};
+    std::vector<std::vector<char>> want;
+    for (const SpotRec& t : tracks) {
+      SpotRec plain = CopyOf(t);
+      ComputeTrackValuesReference(plain, s, rules, *plainScratch);
+      want.push_back(Values(plain));
+    }
+    for (KernelSet set : kernels.sets()) {
+      SelectKernels(set);
+      // Batches of every size, so tracks of unequal lengths share batches.
+      for (int size = 1; size <= BatchScratch::kTracks; ++size) {
+        std::vector<SpotRec> copies;
+        for (const SpotRec& t : tracks) copies.push_back(CopyOf(t));
+        for (size_t i = 0; i < copies.size(); i += size) {
+          SpotRec* batch[BatchScratch::kTracks];
+          int count = 0;
+          for (size_t j = i; j < copies.size() && count < size; ++j) batch[count++] = &copies[j];
+          ComputeTrackValuesBatch(batch, count, s, rules, *scratch);
+        }
+        for (size_t i = 0; i < copies.size(); ++i)
+          ASSERT_EQ(Values(copies[i]), want[i])
+              << "n " << copies[i].NPoints << " batch " << size << " step " << v.velocityStep;
+      }
+      for (size_t i = 0; i < tracks.size(); ++i) {
+        SpotRec single = CopyOf(tracks[i]);
+        ComputeTrackValues(single, s, rules, *plainScratch);
+        ASSERT_EQ(Values(single), want[i]) << "n " << single.NPoints;
+      }
+    }
+  }
+}
+
+namespace {
+
+std::string SimulatedFile(const std::string& name, const PopulationPlan& plan) {
+  const auto path = std::filesystem::temp_directory_path() /
+                    ("kinetra-parallel-" + std::to_string(::getpid()) + "-" + name);
+  EXPECT_TRUE(WriteSimulatedQvi(path.string(), MakePopulation(plan)));
+  return path.string();
+}
+
+// Every record the read touched, frames and values alike.
+void ExpectSameStores(const TrackStore& a, const TrackStore& b, int32_t records) {
+  ASSERT_EQ(a.NSpots, b.NSpots);
+  for (int32_t i = 0; i < records; ++i) {
+    const SpotRec& s = a[i];
+    const SpotRec& t = b[i];
+    ASSERT_EQ(Values(s), Values(t)) << "track " << i;
+    ASSERT_EQ(s.NPoints, t.NPoints);
+    ASSERT_EQ(s.SecondHalf, t.SecondHalf) << "track " << i;
+    ASSERT_EQ(s.Valid, t.Valid);
+    ASSERT_EQ(s.PosX, t.PosX);
+    if (s.NPoints > 0) {
+      ASSERT_TRUE(SameBits(s.X.data(), t.X.data(), sizeof(float) * s.NPoints)) << "track " << i;
+    }
+  }
+}
+
+}  // namespace
+
+TEST(ParallelLoad, SameStoreAsReadingOneByOne) {
+  PopulationPlan many;
+  many.tracks = 1200;
+  many.points = 300;
+  many.directedFraction = 0.3;
+  many.bleachFraction = 0.4;
+  PopulationPlan mixed;
+  mixed.mixed = true;  // 20 .. 400 points
+  const std::string manyFile = SimulatedFile("many.qvi", many);
+  const std::string mixedFile = SimulatedFile("mixed.qvi", mixed);
+
+  Settings s;
+  s.VelocityStep = 2;
+  const PairRules rules{false, true};
+  auto scratch = std::make_unique<MsdScratch>();
+  TrackStore plain, fast;
+  ASSERT_TRUE(plain.Allocate());
+  ASSERT_TRUE(fast.Allocate());
+  ThreadPool pool(3);
+  int pauses = 0;
+  for (const std::string& file : {manyFile, mixedFile}) {  // the second file is appended
+    QviReader a, b;
+    ASSERT_TRUE(a.Open(file));
+    ASSERT_TRUE(b.Open(file));
+    EXPECT_EQ(ReadTracksReference(a, plain, s, rules, *scratch), QviStop::EndOfFile);
+    // Pausing at every chunk: by then every track read so far has its values.
+    const QviStop stop = ReadTracksParallel(b, fast, s, rules, pool, *scratch, [&] {
+      ++pauses;
+      for (int32_t i = 0; i < fast.NSpots; ++i) ASSERT_EQ(Values(fast[i]), Values(plain[i]));
+    }, 0.0);
+    EXPECT_EQ(stop, QviStop::EndOfFile);
+  }
+  EXPECT_EQ(fast.NSpots, 1200 + 360);
+  EXPECT_GT(pauses, 3);
+  ExpectSameStores(plain, fast, fast.NSpots);
+
+  // A store about to overflow: both stop after the same track, with the same values.
+  plain.NSpots = fast.NSpots = kMaxTracks - 9;
+  QviReader a, b;
+  ASSERT_TRUE(a.Open(mixedFile));
+  ASSERT_TRUE(b.Open(mixedFile));
+  EXPECT_EQ(ReadTracksReference(a, plain, s, rules, *scratch), QviStop::Overflow);
+  EXPECT_EQ(ReadTracksParallel(b, fast, s, rules, pool, *scratch), QviStop::Overflow);
+  EXPECT_EQ(fast.NSpots, kMaxTracks + 1);
+  ExpectSameStores(plain, fast, kStoreCapacity);
+
+  // Recomputing after a settings change, spread over the pool.
+  s.dT = 0.05;
+  fast.NSpots = plain.NSpots = 1560;
+  ComputeTrackValuesParallel(fast, 0, fast.NSpots, s, rules, pool, *scratch, true);
+  for (int32_t i = 0; i < plain.NSpots; ++i) RecomputeMobility(plain[i], s, rules, *scratch);
+  ExpectSameStores(plain, fast, fast.NSpots);
+
+  std::filesystem::remove(manyFile);
+  std::filesystem::remove(mixedFile);
+}
+
+TEST(ThreadPool, ChunksCoverTheRangeOnceInFixedPieces) {
+  for (unsigned threads : {1u, 3u}) {
+    ThreadPool pool(threads);
+    EXPECT_EQ(pool.Slots(), threads);
+    struct Range {
+      int64_t begin, end, grain;
+    };
+    for (const Range r : {Range{0, 1000, 7}, Range{5, 6, 100}, Range{-20, 20, 0}, Range{3, 3, 4}}) {
+      const int64_t size = r.end - r.begin;
+      std::vector<std::atomic<int>> hits(static_cast<size_t>(std::max<int64_t>(size, 0)));
+      std::atomic<bool> bad{false};
+      pool.ParallelFor(r.begin, r.end, r.grain, [&](int64_t from, int64_t to, unsigned worker) {
+        const int64_t grain = std::max<int64_t>(r.grain, 1);
+        if ((from - r.begin) % grain != 0 || to != std::min(r.end, from + grain) ||
+            worker >= pool.Slots())
+          bad = true;
+        for (int64_t i = from; i < to; ++i) ++hits[static_cast<size_t>(i - r.begin)];
+      });
+      EXPECT_FALSE(bad);
+      for (const auto& h : hits) ASSERT_EQ(h.load(), 1);
+    }
+    // Queued tasks write by index; Wait returns only when all have run.
+    std::vector<int64_t> out(500, -1);
+    for (int64_t i = 0; i < 500; ++i)
+      pool.Submit([&out, i](unsigned) {
+        std::this_thread::sleep_for(std::chrono::microseconds(i % 3));
+        out[static_cast<size_t>(i)] = i * i;
+      });
+    pool.Wait();
+    for (int64_t i = 0; i < 500; ++i) ASSERT_EQ(out[static_cast<size_t>(i)], i * i);
+  }
+}
+
+namespace {
+
+class ProgressPlatform : public FakePlatform {
+ public:
+  std::vector<std::pair<std::string, double>> progress;
+  void Progress(const std::string& what, double fraction) override {
+    progress.emplace_back(what, fraction);
+  }
+};
+
+}  // namespace
+
+TEST(ParallelLoad, ProgressOfLoads) {
+  PopulationPlan plan;
+  plan.tracks = 50;
+  const std::string file = SimulatedFile("progress.qvi", plan);
+  ProgressPlatform platform;
+  TMainForm form(platform);
+  form.LoadQVIFile(file, true);
+  std::filesystem::remove(file);
+  EXPECT_EQ(form.Spots.NSpots, 50);
+  ASSERT_GE(platform.progress.size(), 2u);
+  EXPECT_EQ(platform.progress.front(), std::make_pair(file, 0.0));
+  EXPECT_EQ(platform.progress.back(), std::make_pair(file, 1.0));
+  for (size_t i = 1; i < platform.progress.size(); ++i)
+    EXPECT_GE(platform.progress[i].second, platform.progress[i - 1].second);
+
+  // The batch tool: nothing unless enabled, nothing for short jobs, then one line
+  // rewritten in place and ended at 100 %.
+  std::ostringstream quiet, shown;
+  BatchPlatform off(quiet), on(shown);
+  on.EnableProgress(true);
+  for (BatchPlatform* p : {&off, &on}) {
+    p->Progress("short.qvi", 0);
+    p->Progress("short.qvi", 0.5);
+    p->Progress("short.qvi", 1);
+    p->Progress("long.qvi", 0);
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(550));
+  for (BatchPlatform* p : {&off, &on}) {
+    p->Progress("long.qvi", 0.25);
+    p->Progress("long.qvi", 0.251);
+    p->Progress("long.qvi", 0.5);
+    p->Progress("long.qvi", 1);
+  }
+  EXPECT_EQ(quiet.str(), "");
+  EXPECT_EQ(shown.str(), "\rReading long.qvi: 25%\rReading long.qvi: 50%\rReading long.qvi: 100%\n");
+}
