@@ -309,6 +309,14 @@ int main(int argc, char** argv) {
                       [&](Path) { form.UpdateAnalysis(); },
                       [&] { return PanelSnapshot(form); }};
     allIdentical &= Report(update);
+    if (form.MsdCurves) {
+      const int64_t bytes = form.MsdCurves->Bytes(), slots = form.MsdCurves->SlotBytes();
+      std::printf("# kept MSD curves: %.1f MB (%.1f MB of slots for all records, %.0f bytes of "
+                  "curve per track)\n",
+                  bytes / 1e6, slots / 1e6,
+                  static_cast<double>(bytes - slots) / std::max(form.Spots.NSpots, 1));
+      std::fflush(stdout);
+    }
 
     // The right arrow raises IntThresh by one; the left arrow (untimed) takes it back.
     constexpr int kRightArrow = 39, kLeftArrow = 37;

@@ -4,7 +4,6 @@
 // that encode their position in the text (TextPixel), so copies can be traced back.
 #include <algorithm>
 #include <cstdint>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,16 +14,12 @@ struct DrawOp {
   std::string kind;  // "Line", "Ellipse", "Rectangle", "FillRect", "Text", "Draw", "CopyRect"
   int x1 = 0, y1 = 0, x2 = 0, y2 = 0;
   std::string text;
-  TColor pen = 0;
+  TColor pen = 0, brush = 0, font = 0;
   int penWidth = 0;
   PenStyle penStyle = PenStyle::Solid;
-  TColor brush = 0;
   BrushStyle brushStyle = BrushStyle::Solid;
-  TColor font = 0;
   bool bold = false;
 };
-
-class RecordingBitmap;
 
 class RecordingCanvas : public Canvas {
  public:
@@ -35,7 +30,7 @@ class RecordingCanvas : public Canvas {
     return 0x800000u | (static_cast<TColor>(dx & 0x7FFF) << 8) | static_cast<TColor>(dy & 0xFF);
   }
 
-  explicit RecordingCanvas(RecordingBitmap& owner) : owner_(owner) {}
+  explicit RecordingCanvas(Bitmap& owner) : owner_(owner) {}
 
   std::vector<DrawOp> ops;
 
@@ -57,22 +52,31 @@ class RecordingCanvas : public Canvas {
   void Ellipse(int x1, int y1, int x2, int y2) override { Record("Ellipse", x1, y1, x2, y2); }
   void Rectangle(int x1, int y1, int x2, int y2) override {
     Record("Rectangle", x1, y1, x2, y2);
-    if (brushStyle_ == BrushStyle::Solid) Fill(x1, y1, x2, y2, brush_);
+    if (brushStyle_ == BrushStyle::Solid) Fill(x1, y1, x2, y2);
   }
   void FillRect(int x1, int y1, int x2, int y2) override {
     Record("FillRect", x1, y1, x2, y2);
-    Fill(x1, y1, x2, y2, brush_);
+    Fill(x1, y1, x2, y2);
   }
-  void TextOut(int x, int y, const std::string& text) override;
+  void TextOut(int x, int y, const std::string& text) override {
+    Record("Text", x, y, x + TextWidth(text), y + kTextHeight, text);
+    for (int dy = 0; dy < kTextHeight; ++dy)
+      for (int dx = 0; dx < TextWidth(text); ++dx)
+        owner_.SetPixel(x + dx, y + dy, TextPixel(dx, dy));
+  }
   int TextWidth(const std::string& text) override {
     return kCharWidth * static_cast<int>(text.size());
   }
   int TextHeight(const std::string&) override { return kTextHeight; }
-  TColor GetPixel(int x, int y) override;
-  void SetPixel(int x, int y, TColor color) override;
-  void Draw(int x, int y, const Bitmap& source) override;
-  void CopyRect(int dx1, int dy1, int dx2, int dy2, const Bitmap& source, int sx1, int sy1,
-                int sx2, int sy2) override {
+  TColor GetPixel(int x, int y) override { return owner_.Pixel(x, y); }
+  void SetPixel(int x, int y, TColor color) override { owner_.SetPixel(x, y, color); }
+  void Draw(int x, int y, const Bitmap& source) override {
+    Record("Draw", x, y, x + source.Width(), y + source.Height());
+    CopyRectByPixels(*this, x, y, x + source.Width(), y + source.Height(), source, 0, 0,
+                     source.Width(), source.Height());
+  }
+  void CopyRect(int dx1, int dy1, int dx2, int dy2, const Bitmap& source, int sx1, int sy1, int sx2,
+                int sy2) override {
     Record("CopyRect", dx1, dy1, dx2, dy2);
     CopyRectByPixels(*this, dx1, dy1, dx2, dy2, source, sx1, sy1, sx2, sy2);
   }
@@ -80,8 +84,8 @@ class RecordingCanvas : public Canvas {
   // Recorded operations of one kind.
   std::vector<DrawOp> Of(const std::string& kind) const {
     std::vector<DrawOp> out;
-    std::copy_if(ops.begin(), ops.end(), std::back_inserter(out),
-                 [&](const DrawOp& op) { return op.kind == kind; });
+    for (const DrawOp& op : ops)
+      if (op.kind == kind) out.push_back(op);
     return out;
   }
   // The first text operation with this text, or null.
@@ -90,28 +94,29 @@ class RecordingCanvas : public Canvas {
       if (op.kind == "Text" && op.text == text) return &op;
     return nullptr;
   }
-  int CountText(const std::string& text) const {
-    return static_cast<int>(std::count_if(ops.begin(), ops.end(), [&](const DrawOp& op) {
-      return op.kind == "Text" && op.text == text;
-    }));
-  }
 
  private:
   void Record(const char* kind, int x1, int y1, int x2, int y2, std::string text = {}) {
-    ops.push_back({kind, x1, y1, x2, y2, std::move(text), pen_, penWidth_, penStyle_, brush_,
-                   brushStyle_, font_, bold_});
+    ops.push_back({kind, x1, y1, x2, y2, std::move(text), pen_, brush_, font_, penWidth_, penStyle_,
+                   brushStyle_, bold_});
   }
-  void Fill(int x1, int y1, int x2, int y2, TColor color);
+  void Fill(int x1, int y1, int x2, int y2) {
+    const int left = std::max(std::min(x1, x2), 0), top = std::max(std::min(y1, y2), 0);
+    const int right = std::min(std::max(x1, x2), owner_.Width());
+    const int bottom = std::min(std::max(y1, y2), owner_.Height());
+    for (int y = top; y < bottom; ++y)
+      for (int x = left; x < right; ++x) owner_.SetPixel(x, y, brush_);
+  }
 
-  RecordingBitmap& owner_;
+  Bitmap& owner_;
   TColor pen_ = 0, brush_ = 0xFFFFFF, font_ = 0;
-  int penWidth_ = 1;
+  int penWidth_ = 1, penX_ = 0, penY_ = 0;
   PenStyle penStyle_ = PenStyle::Solid;
   BrushStyle brushStyle_ = BrushStyle::Solid;
   bool bold_ = false;
-  int penX_ = 0, penY_ = 0;
 };
 
+// White until first drawn on, so an unused 3000 x 2000 bitmap costs nothing.
 class RecordingBitmap : public Bitmap {
  public:
   RecordingBitmap(int width, int height) : canvas_(*this) { SetSize(width, height); }
@@ -119,9 +124,8 @@ class RecordingBitmap : public Bitmap {
   int Width() const override { return width_; }
   int Height() const override { return height_; }
   bool SetSize(int width, int height) override {
-    width_ = std::max(width, 0);
-    height_ = std::max(height, 0);
-    pixels_.clear();  // allocated on first use, so an unused 3000 x 2000 bitmap costs nothing
+    width_ = std::max(width, 0), height_ = std::max(height, 0);
+    pixels_.clear();
     return true;
   }
   Canvas& GetCanvas() override { return canvas_; }
@@ -142,26 +146,6 @@ class RecordingBitmap : public Bitmap {
   RecordingCanvas canvas_;
 };
 
-inline void RecordingCanvas::TextOut(int x, int y, const std::string& text) {
-  Record("Text", x, y, x + TextWidth(text), y + kTextHeight, text);
-  for (int dy = 0; dy < kTextHeight; ++dy)
-    for (int dx = 0; dx < TextWidth(text); ++dx) owner_.SetPixel(x + dx, y + dy, TextPixel(dx, dy));
-}
-inline TColor RecordingCanvas::GetPixel(int x, int y) { return owner_.Pixel(x, y); }
-inline void RecordingCanvas::SetPixel(int x, int y, TColor color) { owner_.SetPixel(x, y, color); }
-inline void RecordingCanvas::Draw(int x, int y, const Bitmap& source) {
-  Record("Draw", x, y, x + source.Width(), y + source.Height());
-  CopyRectByPixels(*this, x, y, x + source.Width(), y + source.Height(), source, 0, 0,
-                   source.Width(), source.Height());
-}
-inline void RecordingCanvas::Fill(int x1, int y1, int x2, int y2, TColor color) {
-  if (x1 > x2) std::swap(x1, x2);
-  if (y1 > y2) std::swap(y1, y2);
-  for (int y = std::max(y1, 0); y < std::min(y2, owner_.Height()); ++y)
-    for (int x = std::max(x1, 0); x < std::min(x2, owner_.Width()); ++x)
-      owner_.SetPixel(x, y, color);
-}
-
 // Installs the recording bitmap as the factory for the life of the object.
 class RecordingFactoryScope {
  public:
@@ -169,7 +153,6 @@ class RecordingFactoryScope {
   ~RecordingFactoryScope() { SetBitmapFactory(previous_); }
   RecordingFactoryScope(const RecordingFactoryScope&) = delete;
   RecordingFactoryScope& operator=(const RecordingFactoryScope&) = delete;
-
   static std::unique_ptr<Bitmap> Make(int width, int height) {
     return std::make_unique<RecordingBitmap>(width, height);
   }

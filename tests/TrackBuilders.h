@@ -1,6 +1,6 @@
 #pragma once
 // Hand-made stores for the panel and export tests: tracks appended as on load, fixed-seed
-// walks that come out the same on every platform, and small checks shared by the panels.
+// walks that come out the same on every platform, and checks shared by the panels.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,16 +10,22 @@
 #include <string>
 #include <vector>
 
+#include "FakePlatform.h"
 #include "app/MainForm.h"
 
 using Floats = std::vector<float>;
+
+// A main window on a scripted platform; each file names it after its suite for TEST_F.
+struct FormTest : ::testing::Test {
+  FakePlatform platform;
+  TMainForm form{platform};
+};
 
 // Appends an active track (Y 0 and Int 100 where not given) and computes its per-track
 // values as on load.
 inline SpotRec& AddTrack(TMainForm& form, const Floats& x, const Floats& y = {},
                          const Floats& in = {}, int32_t firstFrame = 0) {
-  const int32_t i = form.Spots.NSpots;
-  const int32_t n = static_cast<int32_t>(x.size());
+  const int32_t i = form.Spots.NSpots, n = static_cast<int32_t>(x.size());
   SpotRec& t = form.Spots[i];
   EXPECT_TRUE(t.AllocateFrames(n));
   t.NPoints = n;
@@ -35,8 +41,8 @@ inline SpotRec& AddTrack(TMainForm& form, const Floats& x, const Floats& y = {},
   return t;
 }
 
-// Appends an active track of n frames at the origin, nothing computed: for bulk stores
-// whose per-track values the test sets itself.
+// Appends an active track of n frames at the origin with nothing computed, for bulk
+// stores whose per-track values the test sets itself.
 inline SpotRec& AddBlankTrack(TMainForm& form, int32_t n) {
   SpotRec& t = form.Spots[form.Spots.NSpots++];
   EXPECT_TRUE(t.AllocateFrames(n));
@@ -94,8 +100,7 @@ inline void ExpectFiniteAxes(const TQVgraph& g, bool fullRowAllowed = false) {
   for (double v : {g.FirstXval, g.LastXval, g.FirstY0val, g.LastY0val, g.FirstY1val, g.LastY1val,
                    g.TickXdist, g.TickY0dist, g.TickY1dist})
     EXPECT_TRUE(std::isfinite(v));
-  EXPECT_GT(g.TickXdist, 0);
-  EXPECT_GT(g.TickY0dist, 0);
+  EXPECT_TRUE(g.TickXdist > 0 && g.TickY0dist > 0);
   EXPECT_GE(g.DataFirst, 0);
   EXPECT_LE(g.DataEnd, fullRowAllowed ? g.Stride : g.Stride - 1);
 }

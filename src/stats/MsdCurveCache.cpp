@@ -76,13 +76,13 @@ double MsdCurveCache::Dlat(int32_t record, float lag) {
   return slot.dlat;
 }
 
-void MsdCurveCache::Forget(int32_t record) {
-  if (slots_ && record >= 0 && record < kStoreCapacity) slots_[record].generation = 0;
+int64_t MsdCurveCache::SlotBytes() const {
+  return slots_ ? static_cast<int64_t>(sizeof(Slot)) * kStoreCapacity : 0;
 }
 
 int64_t MsdCurveCache::Bytes() const {
   if (!slots_) return 0;
-  int64_t bytes = static_cast<int64_t>(sizeof(Slot)) * kStoreCapacity;
+  int64_t bytes = SlotBytes();
   for (int32_t i = 0; i < kStoreCapacity; ++i)
     bytes += static_cast<int64_t>(slots_[i].capacity) * static_cast<int64_t>(sizeof(float));
   return bytes;

@@ -26,7 +26,6 @@ class MsdCurveCache {
 
   // Every kept curve becomes stale.
   void Invalidate() { ++generation_; }
-  uint64_t Generation() const { return generation_; }
 
   // Keeps the curve CalcTrackMSD has just left in MSD[1 .. points/2 - 1] for `record`,
   // computed from `points` frames under the given pair rule. When memory for the curve
@@ -42,10 +41,9 @@ class MsdCurveCache {
   // whose Find succeeds; not to be called for one record from two threads at once.
   double Dlat(int32_t record, float lag);
 
-  void Forget(int32_t record);
-
-  // Memory held for curves, slots included.
+  // Memory held for curves, slots included, and the part of it that the slots take.
   int64_t Bytes() const;
+  int64_t SlotBytes() const;
 
  private:
   struct Slot {

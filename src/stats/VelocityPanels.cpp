@@ -5,6 +5,10 @@
 #include <memory>
 #include <new>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "plot/TQVgraph.h"
 #include "stats/Histogram.h"
 #include "stats/ThreadPool.h"
@@ -54,6 +58,43 @@ float InstantVelocity(const SpotRec& track, int32_t i, int32_t s, float T, bool 
   return v;
 }
 
+// The instant velocities of a track's first `steps` steps taken at every frame, into
+// out[0 ..); lowers `low` to the smallest value below it (NaN never counts).
+void StepVelocities(const SpotRec& track, int32_t steps, int32_t s, float T, bool absoluteX,
+                    float* out, float& low) {
+  int32_t j = 0;
+#if defined(__SSE2__)
+  // Four steps at a time with the same roundings: float differences, squares and sum,
+  // the root and the quotient in double, the velocity rounded to float, then the sign.
+  const float* x = track.X.data();
+  const float* y = track.Y.data();
+  const __m128d t = _mm_set1_pd(static_cast<double>(T));
+  const __m128 sign = _mm_set1_ps(-0.0f);
+  __m128 lows = _mm_set1_ps(low);
+  for (; j + 4 <= steps; j += 4) {
+    const __m128 dx = _mm_sub_ps(_mm_loadu_ps(x + j + s), _mm_loadu_ps(x + j));
+    const __m128 dy = _mm_sub_ps(_mm_loadu_ps(y + j + s), _mm_loadu_ps(y + j));
+    const __m128 q = _mm_add_ps(_mm_mul_ps(dx, dx), _mm_mul_ps(dy, dy));
+    const __m128 lo = _mm_cvtpd_ps(_mm_div_pd(_mm_sqrt_pd(_mm_cvtps_pd(q)), t));
+    const __m128 hi =
+        _mm_cvtpd_ps(_mm_div_pd(_mm_sqrt_pd(_mm_cvtps_pd(_mm_movehl_ps(q, q))), t));
+    __m128 v = _mm_movelh_ps(lo, hi);
+    if (absoluteX) v = _mm_xor_ps(v, _mm_and_ps(_mm_cmplt_ps(dx, _mm_setzero_ps()), sign));
+    _mm_storeu_ps(out + j, v);
+    lows = _mm_min_ps(v, lows);  // v where v < low, else low: a NaN v keeps low
+  }
+  float lanes[4];
+  _mm_storeu_ps(lanes, lows);
+  for (float lane : lanes)
+    if (lane < low) low = lane;
+#endif
+  for (; j < steps; ++j) {
+    const float v = InstantVelocity(track, j, s, T, absoluteX);
+    out[j] = v;
+    if (v < low) low = v;
+  }
+}
+
 // What the plain collection of instant velocities gathers, gathered on the workers:
 // each selected track's steps go where the one-by-one loop puts them, cut at the same
 // value. Returns the count and sets `vmin` (the smallest value below 0, else 0: the
@@ -85,6 +126,10 @@ int32_t CollectInstantVelocities(const TrackStore& spots, int32_t s, float T, in
       const Run& run = runs[r];
       const SpotRec& track = spots[run.track];
       float* out = values + run.offset;
+      if (advance == 1) {
+        StepVelocities(track, run.steps, s, T, absoluteX, out, low);
+        continue;
+      }
       for (int32_t j = 0, i = 0; j < run.steps; ++j, i += advance) {
         const float v = InstantVelocity(track, i, s, T, absoluteX);
         out[j] = v;

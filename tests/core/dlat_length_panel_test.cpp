@@ -4,10 +4,8 @@
 #include <map>
 #include <vector>
 
-#include "FakePlatform.h"
 #include "RecordingCanvas.h"
 #include "TrackBuilders.h"
-#include "app/MainForm.h"
 #include "stats/DlatLengthPanel.h"
 
 namespace {
@@ -21,22 +19,20 @@ struct Track {
 void Fill(TMainForm& form, const std::vector<Track>& tracks) {
   for (const Track& t : tracks) {
     SpotRec& s = AddBlankTrack(form, t.points);
-    s.Dlat = t.dlat;
-    s.Valid = t.valid;
+    s.Dlat = t.dlat, s.Valid = t.valid;
   }
 }
 
 }  // namespace
 
-TEST(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
-  FakePlatform platform;
-  TMainForm form(platform);
-  const std::vector<Track> tracks = {{20, 0.1f, true},  {20, 0.2f, true},  {20, 0.3f, true},
-                                     {12, 0.5f, true},  {15, 0.05f, true}, {15, 0.15f, true},
-                                     {25, 0.4f, true},  {12, 9.0f, false}, {10000, 7.0f, true}};
+using DlatLengthPanel = FormTest;
+
+TEST_F(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
+  const std::vector<Track> tracks = {{20, 0.1f, true}, {20, 0.2f, true},  {20, 0.3f, true},
+                                     {12, 0.5f, true}, {15, 0.05f, true}, {15, 0.15f, true},
+                                     {25, 0.4f, true}, {12, 9.0f, false}, {10000, 7.0f, true}};
   Fill(form, tracks);
-  form.Results.AverDlat = 0.1234567;
-  form.Results.DlatSD = 0.0456789;
+  form.Results.AverDlat = 0.1234567, form.Results.DlatSD = 0.0456789;
   form.Menu.SetChecked("R_DistanceToNeighbDistrib", true);
   ASSERT_TRUE(form.RunCommand("L_ShowDlatLenDistr"));
   const TQVgraph& g = form.LeftGraph;
@@ -62,18 +58,11 @@ TEST(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
   // The longest length lies past the drawn points but is finished all the same.
   EXPECT_FLOAT_EQ(g.Row(2)[25], 0.4f);
   EXPECT_EQ(g.Row(3)[25], 1);
-  EXPECT_EQ(g.DataFirst, 0);
-  EXPECT_EQ(g.DataEnd, 25);
-  EXPECT_EQ(g.SeriesCount, 5);
-  EXPECT_DOUBLE_EQ(g.LastXval, 26);
-  EXPECT_DOUBLE_EQ(g.LastY0val, static_cast<float>(0.5f * 1.2));
-  EXPECT_DOUBLE_EQ(g.LastY1val, static_cast<float>(3 * 1.2));
-  EXPECT_EQ(g.Series[1].Style, Variation);
-  EXPECT_TRUE(g.Series[3].RightAxis);
-  EXPECT_TRUE(g.Series[1].Show && g.Series[2].Show && g.Series[3].Show);
-  EXPECT_EQ(g.Y0Title, "Mobility (µm2/s)");
-  EXPECT_EQ(g.Y1Title, "Number of objects");
-  EXPECT_EQ(g.XTitle, "Track Length (points)");
+  EXPECT_TRUE(g.DataFirst == 0 && g.DataEnd == 25 && g.Series[3].RightAxis);
+  EXPECT_EQ((std::vector<double>{g.LastXval, g.LastY0val, g.LastY1val}),
+            (std::vector<double>{26, static_cast<float>(0.5f * 1.2), static_cast<float>(3 * 1.2)}));
+  EXPECT_EQ(g.XTitle + " | " + g.Y0Title + " | " + g.Y1Title,
+            "Track Length (points) | Mobility (µm2/s) | Number of objects");
   EXPECT_EQ(g.Notes[0], "Aver. Dlat=0.123µm2/s, SD=0.0456");
 
   // Only the selection changes: the note stays, the rows follow.
@@ -89,10 +78,8 @@ TEST(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
   EXPECT_EQ(g.Row(3)[12], 1);
 }
 
-TEST(DlatLengthPanel, EmptyAndSingleLengthStores) {
+TEST_F(DlatLengthPanel, EmptyAndSingleLengthStores) {
   RecordingFactoryScope bitmaps;
-  FakePlatform platform;
-  TMainForm form(platform);
   TQVgraph& g = form.LeftGraph;
   g.SetBitmapSize(600, 400);
   auto run = [&] {
@@ -102,9 +89,8 @@ TEST(DlatLengthPanel, EmptyAndSingleLengthStores) {
   };
   run();
   EXPECT_EQ(g.DataEnd, 0);
-  EXPECT_DOUBLE_EQ(g.LastXval, 1);
-  EXPECT_DOUBLE_EQ(g.LastY0val, 0);
-  EXPECT_DOUBLE_EQ(g.LastY1val, 0);
+  EXPECT_EQ((std::vector<double>{g.LastXval, g.LastY0val, g.LastY1val}),
+            (std::vector<double>{1, 0, 0}));
   for (double v : {g.TickXdist, g.TickY0dist, g.TickY1dist}) EXPECT_TRUE(std::isfinite(v));
   g.DrawGraph();
   EXPECT_TRUE(platform.messages.empty());

@@ -13,9 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "FakePlatform.h"
 #include "TrackBuilders.h"
-#include "app/MainForm.h"
 #include "edit/TextExport.h"
 #include "store/Numbers.h"
 
@@ -25,9 +23,9 @@ using Texts = std::vector<std::string>;
 const std::string kX = "X(\xB5m)";
 const std::string kY = "Y(\xB5m)";
 
-std::string Repeat(const std::string& text, int times) {
+std::string Repeat(const std::string& text, int n) {
   std::string out;
-  for (int i = 0; i < times; ++i) out += text;
+  while (n-- > 0) out += text;
   return out;
 }
 
@@ -46,11 +44,8 @@ struct ExportForm {
   std::string path;
 
   ExportForm() {
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    path = (std::filesystem::temp_directory_path() /
-            ("kinetra-export-" + std::to_string(getpid()) + "-" + info->name() + ".txt"))
-               .string();
-    std::filesystem::remove(path);
+    path = ::testing::TempDir() + "kinetra-export-" + std::to_string(getpid()) + "-" +
+           ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".txt";
     form.S.dT = 0.25;
   }
   ~ExportForm() { std::filesystem::remove(path); }
@@ -61,8 +56,7 @@ struct ExportForm {
     platform.saveAnswers.push_back(path);
     EXPECT_TRUE(form.RunCommand(command)) << command;
     std::ifstream in(path, std::ios::binary);
-    if (!in) return "<no file>";
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "<no file>";
   }
 
   // A selected track with these frames.
@@ -88,11 +82,9 @@ struct ExportForm {
 }  // namespace
 
 TEST(ExportNumbers, GeneralFormIsGcvtAndTruncationGoesTowardZero) {
-  EXPECT_EQ(FormatG(100000, 5), "1e+05");
-  EXPECT_EQ(FormatG(99999, 5), "99999");
-  EXPECT_EQ(FormatG(123456, 5), "1.2346e+05");
-  EXPECT_EQ(FormatG(1e-5, 5), "1e-05");
-  EXPECT_EQ(FormatG(3.14159, 4), "3.142");
+  EXPECT_EQ(FormatG(100000, 5) + " " + FormatG(99999, 5) + " " + FormatG(123456, 5) + " " +
+                FormatG(1e-5, 5) + " " + FormatG(3.14159, 4),
+            "1e+05 99999 1.2346e+05 1e-05 3.142");
   // Against the C library's own gcvt over values of every size.
   std::mt19937_64 random(7);
   char expected[64];
@@ -105,9 +97,10 @@ TEST(ExportNumbers, GeneralFormIsGcvtAndTruncationGoesTowardZero) {
       ASSERT_EQ(FormatG(f, digits), gcvt(f, digits, expected)) << f << " " << digits;
     }
   }
-  EXPECT_EQ(ThousandthsText(-0.0004f), "0");  // an integer part of 0 has no sign
-  EXPECT_EQ(ThousandthsText(0.009f), "0.008");  // the float is 0.00899999961...
-  EXPECT_EQ(ThousandthsText(15 * 0.03), "0.449");  // 15 x 0.03 is 0.44999999999999996
+  // An integer part of 0 has no sign; 0.009f is 0.00899999961..., 15 x 0.03 is 0.4499...96.
+  EXPECT_EQ(
+      ThousandthsText(-0.0004f) + " " + ThousandthsText(0.009f) + " " + ThousandthsText(15 * 0.03),
+      "0 0.008 0.449");
 }
 
 TEST(PanelExport, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
@@ -116,9 +109,9 @@ TEST(PanelExport, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
   TQVgraph& right = f.form.RightGraph;
   for (int s = 1; s <= kMaxSeries; ++s) left.Series[s].Show = right.Series[s].Show = false;
   left.SeriesCount = 1;  // the left panel offers five series whatever its count
-  left.Series[1].Show = left.Series[3].Show = left.Series[6].Show = true;
-  left.DataEnd = 3;
-  const float lx[] = {0, 0.02f, 123456}, l1[] = {10, 2.5f, 0.00012346f}, l3[] = {3.14159f, -1, 1e-5f};
+  left.Series[1].Show = left.Series[3].Show = left.Series[6].Show = true, left.DataEnd = 3;
+  const float lx[] = {0, 0.02f, 123456}, l1[] = {10, 2.5f, 0.00012346f},
+              l3[] = {3.14159f, -1, 1e-5f};
   right.SeriesCount = 2;
   right.Series[1].Show = right.Series[3].Show = true;  // 3: beyond the right panel's count
   right.DataEnd = 3;
@@ -137,11 +130,11 @@ TEST(PanelExport, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
 
   f.form.Menu.SetChecked("L_ShowDlat", true);
   f.form.Menu.SetChecked("R_ShowDlat", true);
-  EXPECT_EQ(f.Run("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] +
-                                        rightHead + rightRows[0] + rightRows[1] + rightRows[2]);
+  EXPECT_EQ(f.Run("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] + rightHead +
+                                        rightRows[0] + rightRows[1] + rightRows[2]);
   f.form.Menu.SetChecked("R_ShowMSD", true);
-  EXPECT_EQ(f.Run("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] +
-                                        rightHead + rightRows[1] + rightRows[2]);
+  EXPECT_EQ(f.Run("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] + rightHead +
+                                        rightRows[1] + rightRows[2]);
   // The left MSD panel: both sections start at row 1, the right one on a histogram too.
   f.form.Menu.SetChecked("L_ShowMSD", true);
   f.form.Menu.SetChecked("R_ShowDlat", true);
@@ -160,7 +153,8 @@ TEST(TrackExport, RowLayoutPerModeWithTimeLine) {
                     i1 = "Int(AU)\t123.4\t99.9\t7\n";
   const std::string x2 = kX + "\t0\t1\t2\t3\t4\n", y2 = kY + "\t0\t0.5\t1\t1.5\t2\n",
                     i2 = "Int(AU)\t10\t20\t30\t40\t50\n";
-  EXPECT_EQ(f.Run("SaveXYIntData"), "Time(s)\t0\t0.25\t0.5\t0.75\t1\t\n" + x1 + y1 + i1 + x2 + y2 + i2);
+  EXPECT_EQ(f.Run("SaveXYIntData"),
+            "Time(s)\t0\t0.25\t0.5\t0.75\t1\t\n" + x1 + y1 + i1 + x2 + y2 + i2);
   f.SetToggles(false, false);
   EXPECT_EQ(f.Run("SaveXYdata"), x1 + y1 + x2 + y2);
   EXPECT_EQ(f.Run("SaveIntensityData"), i1 + i2);
@@ -171,14 +165,14 @@ TEST(TrackExport, ColumnLayoutCollapsesEndedTracksButKeepsBlankIntensities) {
   ExportForm f;
   f.AddThreeAndFive();
   f.SetToggles(true, true);
-  EXPECT_EQ(f.Run("SaveXYIntData"),
-            "Time(s)\t" + kX + "\t" + kY + "\tInt(AU)\t" + kX + "\t" + kY + "\tInt(AU)\t\n" +
-                "0\t1.5\t0\t123.4\t0\t0\t10\t\n"
-                "0.25\t-0.001\t10.25\t99.9\t1\t0.5\t20\t\n"
-                "0.5\t2\t3\t7\t2\t1\t30\t\n"
-                "0.75\t \t3\t1.5\t40\t\n"
-                "1\t \t4\t2\t50\t\n"
-                "1.25\t \t \t\n");
+  EXPECT_EQ(f.Run("SaveXYIntData"), "Time(s)\t" + kX + "\t" + kY + "\tInt(AU)\t" + kX + "\t" + kY +
+                                        "\tInt(AU)\t\n" +
+                                        "0\t1.5\t0\t123.4\t0\t0\t10\t\n"
+                                        "0.25\t-0.001\t10.25\t99.9\t1\t0.5\t20\t\n"
+                                        "0.5\t2\t3\t7\t2\t1\t30\t\n"
+                                        "0.75\t \t3\t1.5\t40\t\n"
+                                        "1\t \t4\t2\t50\t\n"
+                                        "1.25\t \t \t\n");
   f.SetToggles(true, false);
   EXPECT_EQ(f.Run("SaveXYdata"), kX + "\t" + kY + "\t" + kX + "\t" + kY + "\t\n" +
                                      "1.5\t0\t0\t0\t\n-0.001\t10.25\t1\t0.5\t\n2\t3\t2\t1\t\n"
@@ -240,7 +234,7 @@ TEST(MsdExport, LagLineAndOneCurvePerValidTrack) {
   const Texts lines = Lines(f.Run("SaveMSDdT"));
   ASSERT_EQ(lines.size(), 5u);
   EXPECT_EQ(lines[0], header);
-  EXPECT_EQ(lines[1], "");  // 3 points: no lag below 3 / 2
+  EXPECT_EQ(lines[1], "");           // 3 points: no lag below 3 / 2
   EXPECT_EQ(lines[2], "1\t4\t9\t");  // a straight track: MSD(k) = k^2 for k < 4
   for (int i : {3, 4}) {
     EXPECT_EQ(std::count(lines[i].begin(), lines[i].end(), '\t'), 254);
@@ -256,8 +250,7 @@ TEST(DlatTables, MeanSdAndCountPerBinWithoutTheLastBin) {
   // too few), bin 3 (five: the last bin, never written), and tracks that do not count.
   auto add = [&f](float dlat, float averInt, int points) -> SpotRec& {
     SpotRec& t = f.AddLine(points);
-    t.Dlat = dlat;
-    t.AverInt = averInt;
+    t.Dlat = dlat, t.AverInt = averInt;
     return t;
   };
   for (float dlat : {0.01f, 0.01f, -0.01f, 0.01f, 0.01f}) add(dlat, 50, 11);
@@ -297,7 +290,8 @@ TEST(StopTimes, GateThenOneLinePerStretchedTrack) {
   c.Valid = 0, c.SegLen[0] = 7, c.AverInt = -5.5f;
 
   EXPECT_EQ(f.Run("SaveStopTimes"), "<no file>");
-  EXPECT_EQ(f.platform.messages, Texts{"Select 'Stopping Spots' in 'Settings' first or do dual tracks"});
+  EXPECT_EQ(f.platform.messages,
+            Texts{"Select 'Stopping Spots' in 'Settings' first or do dual tracks"});
   EXPECT_TRUE(f.platform.dialogs.empty());
 
   const std::string expected =
@@ -313,8 +307,7 @@ TEST(StopTimes, GateThenOneLinePerStretchedTrack) {
 
 TEST(DlatInstVelExport, RightPanelRunWritesEveryStepThenDisarms) {
   ExportForm f;
-  f.form.S.dT = 0.5;
-  f.form.S.VelocityStep = 1;
+  f.form.S.dT = 0.5, f.form.S.VelocityStep = 1;
   for (int t = 0; t < 3; ++t) f.AddLine(6).Dlat = 0.25f;  // 4 steps of 1 um in 0.5 s each
   EXPECT_EQ(f.Run("SaveDlatInstVelData"), Repeat("0.25\t2\n", 12));
   EXPECT_TRUE(f.form.Menu.Checked("R_ShowInstantVel"));
@@ -351,9 +344,13 @@ TEST(ExportCommands, CancelOrUnopenableFileChangesNothing) {
   const std::pair<const char*, const char*> commands[] = {
       {"SaveDistAsTXT", "Can not open file to write data"},
       {"SaveDistAsCSV", "Can not open file to write data"},
-      {"SaveXYIntData", "File Writing Error"}, {"SaveXYdata", "File Writing Error"},
-      {"SaveIntensityData", "File Writing Error"}, {"SaveMSDdT", "File Writing Error"},
-      {"SaveDlatVersInt", ""}, {"SaveDlatVerLen", ""}, {"SaveStopTimes", ""},
+      {"SaveXYIntData", "File Writing Error"},
+      {"SaveXYdata", "File Writing Error"},
+      {"SaveIntensityData", "File Writing Error"},
+      {"SaveMSDdT", "File Writing Error"},
+      {"SaveDlatVersInt", ""},
+      {"SaveDlatVerLen", ""},
+      {"SaveStopTimes", ""},
       {"SaveDlatInstVelData", "File Writing Error"},
   };
   for (const auto& [command, message] : commands) {
@@ -389,8 +386,7 @@ TEST(PanelCsv, SideBySideColumnsNamedByAxisTitles) {
   right.XTitle = "Lag, \"dT\" (s)";
   right.Y0Title = "MSD (µm2)";
   right.Y1Title = "Tracks";
-  right.SeriesCount = 5;
-  right.Series[2].Show = true;
+  right.SeriesCount = 5, right.Series[2].Show = true;
   right.Series[4].Show = right.Series[4].RightAxis = true;
   right.DataFirst = 1, right.DataEnd = 5;
   const float rx[] = {0, 0.03f, 0.06f, 0.09f, 0.12f}, r2[] = {0, 1.5f, 2.5f, 3.5f, 4.5f},

@@ -18,8 +18,7 @@ std::vector<DrawOp> WideLines(const RecordingCanvas& rec) {
 
 // Series 1 shown as a blue line, with `style`.
 TQVgraph& WithLine(GraphFixture& f, int style = Line) {
-  f.graph.HasData = f.graph.Series[1].Show = true;
-  f.graph.Series[1].Style = style;
+  f.graph.HasData = f.graph.Series[1].Show = true, f.graph.Series[1].Style = style;
   return f.graph;
 }
 
@@ -32,17 +31,14 @@ TEST(GraphSeries, ClippingKeepsOnePointOutsideAndProbesPastTheEnd) {
   g.LastXval = 7;  // 100 px per unit, xOff = 267
   f.At(0, 10) = 10;
   f.Draw();
-  EXPECT_EQ(g.FirstOut, 2);
-  EXPECT_EQ(g.LastOut, 8);
+  EXPECT_EQ((std::vector<int>{g.FirstOut, g.LastOut}), (std::vector<int>{2, 8}));
   // Move to point 2, then lines to points 2..7.
   EXPECT_EQ(Ends(f.LinesIn(Colors::Blue)), (std::vector<int>{-67, 33, 133, 233, 333, 433}));
 
   // The right probe reads X at DataEnd itself: a 0 there is inside the plot.
   f.At(0, 10) = 0;
   f.Draw();
-  EXPECT_EQ(g.FirstOut, 2);
-  EXPECT_EQ(g.LastOut, 10);
-  EXPECT_EQ(f.beeps, 0);
+  EXPECT_EQ((std::vector<int>{g.FirstOut, g.LastOut, f.beeps}), (std::vector<int>{2, 10, 0}));
 
   // With SkipMissing a valid first value in range starts the run at index 0, not FirstOut.
   g.SkipMissing = true;
@@ -54,20 +50,20 @@ TEST(GraphSeries, ClippingKeepsOnePointOutsideAndProbesPastTheEnd) {
 }
 
 TEST(GraphSeries, RangeGuards) {
-  const struct { int first, end, beeps, firstOut, lastOut; bool message; } cases[] = {
+  const struct {
+    int first, end, beeps, firstOut, lastOut;
+    bool message;
+  } cases[] = {
       {0, 20, 1, 0, 19, false},  // up to the capacity: the probe reads the next row, then beep
       {0, 21, 1, 0, 19, false},  // past the matrix
-      {-1, 10, 1, 0, 10, false},
-      {0, 0, 0, 0, 1, false},  // LastOut below 1
-      {5, 5, 0, 4, 5, true},   // empty range
+      {-1, 10, 1, 0, 10, false}, {0, 0, 0, 0, 1, false},  // LastOut below 1
+      {5, 5, 0, 4, 5, true},                              // empty range
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.first) + ".." + std::to_string(c.end));
     GraphFixture f;
     TQVgraph& g = WithLine(f);
-    g.CrossOut = true;
-    g.DataFirst = c.first;
-    g.DataEnd = c.end;
+    g.CrossOut = true, g.DataFirst = c.first, g.DataEnd = c.end;
     RecordingCanvas& rec = f.Draw();
     EXPECT_EQ((std::vector<int>{f.beeps, g.FirstOut, g.LastOut}),
               (std::vector<int>{c.beeps, c.firstOut, c.lastOut}));
@@ -99,73 +95,54 @@ TEST(GraphSeries, EachStyleDrawsItsPrimitives) {
     f.At(0, 1) = 0;
     f.At(0, 2) = 1.001f;
     f.At(0, 3) = 1.002f;
-    RecordingCanvas& rec = f.Draw();
+    const std::vector<DrawOp> circles = f.Draw().Of("Ellipse");
     if (style == Line) {
       EXPECT_EQ(Ends(f.LinesIn(Colors::Blue)), (std::vector<int>{33, 73, 73}));
     } else {
-      ASSERT_EQ(rec.Of("Ellipse").size(), 3u);
-      EXPECT_EQ(Corners({rec.Of("Ellipse")[0]}), (std::vector<int>{31, 264, 35, 268}));
-      EXPECT_EQ(rec.Of("Ellipse")[0].brushStyle, BrushStyle::Clear);
+      ASSERT_EQ(circles.size(), 3u);
+      EXPECT_EQ(Corners({circles[0]}), (std::vector<int>{31, 264, 35, 268}));
+      EXPECT_EQ(circles[0].brushStyle, BrushStyle::Clear);
     }
   }
   // One point (73, 133) with symbol size 6 (h = 3) and pen width 3.
-  auto setup = [](GraphFixture& f, int style) -> TQVgraph& {
-    TQVgraph& g = WithLine(f, style);
-    g.Series[1].SymbolSize = 6;
-    g.Series[1].PenWidth = 3;
-    g.DataFirst = 1;
-    g.DataEnd = 2;
-    f.At(1, 1) = 5;
-    return g;
-  };
-  {
-    GraphFixture f;
-    setup(f, Cross);
-    f.Draw();
-    const std::vector<DrawOp> lines = f.LinesIn(Colors::Blue);
-    EXPECT_EQ(Corners(lines), (std::vector<int>{70, 130, 76, 136, 76, 130, 70, 136}));
-    EXPECT_EQ(lines.at(0).penWidth, 3);
-  }
-  {
-    GraphFixture f;
-    setup(f, Bar);
-    const std::vector<DrawOp> bars = f.Draw().Of("Rectangle");
-    ASSERT_EQ(bars.size(), 2u);  // the clearing rectangle, then the bar down to the value 0
-    EXPECT_EQ(Corners({bars[1]}), (std::vector<int>{70, 133, 76, 266}));
-    EXPECT_TRUE(bars[1].brush == Colors::Blue && bars[1].brushStyle == BrushStyle::Solid);
-    EXPECT_TRUE(bars[1].pen == Colors::Blue && bars[1].penWidth == 1);
-  }
-  {
-    // Variation: series 2 draws +-value bars around series 1.
-    GraphFixture f;
-    TQVgraph& g = setup(f, Line);
-    g.Series[1].Show = false;
-    g.Series[2].Show = true;
-    g.Series[2].Style = Variation;
-    g.Series[2].BaseSeries = 1;
-    g.Series[2].SymbolSize = 6;
-    f.At(2, 1) = 1;  // e = trunc(26.6) = 26 around c = 133
-    f.Draw();
-    EXPECT_EQ(Corners(f.LinesIn(Colors::Red)),
-              (std::vector<int>{70, 107, 76, 107, 70, 159, 76, 159, 73, 107, 73, 159}));
-    g.Series[2].BaseSeries = 9;  // a centre row outside the matrix draws nothing
-    f.Draw();
-    EXPECT_TRUE(f.LinesIn(Colors::Red).empty());
-  }
-  {
-    // LineCross: a polyline through every point plus a cross at each; no missing-value test.
-    GraphFixture f;
-    setup(f, LineCross).DataEnd = 4;
-    f.At(1, 2) = -5e6f;
-    f.Draw();
-    EXPECT_EQ(f.LinesIn(Colors::Blue).size(), 2u + 6u);
-  }
+  GraphFixture f;
+  TQVgraph& g = WithLine(f, Cross);
+  g.Series[1].SymbolSize = 6, g.Series[1].PenWidth = 3, g.DataFirst = 1, g.DataEnd = 2;
+  f.At(1, 1) = 5;
+  f.Draw();
+  EXPECT_EQ(Corners(f.LinesIn(Colors::Blue)),
+            (std::vector<int>{70, 130, 76, 136, 76, 130, 70, 136}));
+  EXPECT_EQ(f.LinesIn(Colors::Blue).at(0).penWidth, 3);
+
+  g.Series[1].Style = Bar;  // after the clearing rectangle, the bar down to the value 0
+  const std::vector<DrawOp> bars = f.Draw().Of("Rectangle");
+  ASSERT_EQ(bars.size(), 2u);
+  EXPECT_EQ(Corners({bars[1]}), (std::vector<int>{70, 133, 76, 266}));
+  EXPECT_TRUE(bars[1].brush == Colors::Blue && bars[1].brushStyle == BrushStyle::Solid);
+  EXPECT_TRUE(bars[1].pen == Colors::Blue && bars[1].penWidth == 1);
+
   for (int style : {static_cast<int>(Marks), 8, -1}) {
-    GraphFixture f;
-    setup(f, style);
+    g.Series[1].Style = style;
     f.Draw();
     EXPECT_TRUE(f.LinesIn(Colors::Blue).empty()) << style;
   }
+
+  // Variation: series 2 draws +-value bars around series 1, e = trunc(26.6) around c = 133.
+  g.Series[1].Show = false, g.Series[2].Show = true, g.Series[2].Style = Variation;
+  g.Series[2].BaseSeries = 1, g.Series[2].SymbolSize = 6;
+  f.At(2, 1) = 1;
+  f.Draw();
+  EXPECT_EQ(Corners(f.LinesIn(Colors::Red)),
+            (std::vector<int>{70, 107, 76, 107, 70, 159, 76, 159, 73, 107, 73, 159}));
+  g.Series[2].BaseSeries = 9;  // a centre row outside the matrix draws nothing
+  f.Draw();
+  EXPECT_TRUE(f.LinesIn(Colors::Red).empty());
+
+  // LineCross: a polyline through every point plus a cross at each; no missing-value test.
+  g.Series[1].Show = true, g.Series[2].Show = false, g.Series[1].Style = LineCross, g.DataEnd = 4;
+  f.At(1, 2) = -5e6f;
+  f.Draw();
+  EXPECT_EQ(f.LinesIn(Colors::Blue).size(), 2u + 6u);
 }
 
 TEST(GraphSeries, LineCircleHasTwoMissingThresholds) {
@@ -188,8 +165,7 @@ TEST(GraphSeries, LineCircleHasTwoMissingThresholds) {
 TEST(GraphSeries, MarksCrossOutAndFrameOnTop) {
   GraphFixture f;
   TQVgraph& g = f.graph;
-  g.HasData = g.CrossOut = g.Series[3].Show = true;
-  g.Series[3].Style = Marks;
+  g.HasData = g.CrossOut = g.Series[3].Show = true, g.Series[3].Style = Marks;
   g.Series[3].Color = 0x777777;
   f.At(0, 10) = 10;
   f.At(0, 2) = 1;  // same x as point 1: no second mark
@@ -217,34 +193,24 @@ TEST(GraphSeries, PickValuesReadsTheNextPointAndTheNearSeries) {
   GraphFixture f;
   TQVgraph& g = WithLine(f);
   f.At(0, 10) = 10;
-  for (int i = 0; i < 10; ++i) {
-    f.At(1, i) = 0.5f * i;
-    f.At(2, i) = 7;
-  }
+  for (int i = 0; i < 10; ++i) f.At(1, i) = 0.5f * i, f.At(2, i) = 7;
   f.Draw();
 
   // The first point right of the mouse: X = 2 at pixel 113; series 1 there at
-  // trunc(266 - 1 * 26.6f) = 239.
+  // trunc(266 - 1 * 26.6f) = 239, picked while strictly within 2 pixels.
   EXPECT_TRUE(g.PickValues(100, 240));
   EXPECT_EQ(g.CursorIndex, 2);
   EXPECT_EQ((std::vector<float>{g.CursorValues[0], g.CursorValues[1], g.CursorValues[2]}),
             (std::vector<float>{2, 1, 7}));
-  EXPECT_EQ(g.CursorSeries, 1);
-  EXPECT_TRUE(g.PickValues(100, 238));
-  EXPECT_EQ(g.CursorSeries, 1);
-  EXPECT_TRUE(g.PickValues(100, 241));  // two pixels away
-  EXPECT_EQ(g.CursorSeries, 0);
-
-  // Past the last point: values cleared, the index kept.
-  EXPECT_TRUE(g.PickValues(460, 240));
-  EXPECT_EQ(g.CursorIndex, 2);
-  EXPECT_EQ(g.CursorValues[0], 0.0f);
-
+  for (auto [y, series] : {std::pair{240, 1}, {238, 1}, {241, 0}}) {
+    EXPECT_TRUE(g.PickValues(100, y));
+    EXPECT_EQ(g.CursorSeries, series) << y;
+  }
+  EXPECT_TRUE(g.PickValues(460, 240));  // past the last point: values cleared, index kept
+  EXPECT_TRUE(g.CursorIndex == 2 && g.CursorValues[0] == 0.0f);
   // Bounds: beyond the left margin, and up to PlotRight + LeftMargin on the right.
-  EXPECT_FALSE(g.PickValues(33, 240));
-  EXPECT_TRUE(g.PickValues(34, 240));
-  EXPECT_TRUE(g.PickValues(466, 240));
-  EXPECT_FALSE(g.PickValues(467, 240));
+  for (auto [x, inside] : {std::pair{33, false}, {34, true}, {466, true}, {467, false}})
+    EXPECT_EQ(g.PickValues(x, 240), inside) << x;
   EXPECT_TRUE(g.PickValues(100, 240));
   g.HasData = false;
   EXPECT_FALSE(g.PickValues(100, 240));

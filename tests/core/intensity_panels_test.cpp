@@ -2,33 +2,27 @@
 
 #include <cmath>
 
-#include "FakePlatform.h"
 #include "RecordingCanvas.h"
 #include "TrackBuilders.h"
-#include "app/MainForm.h"
 #include "stats/IntensityPanels.h"
 
-TEST(IntensityPanels, MeanIntensityDistributionFitsTheCentre) {
-  FakePlatform platform;
-  TMainForm form(platform);
+using IntensityPanels = FormTest;
+
+TEST_F(IntensityPanels, MeanIntensityDistributionFitsTheCentre) {
   // 17 tracks symmetric about 100 counts: mean 100, SD sqrt(600/17) = 5.94.
-  for (auto [intensity, tracks] : {std::pair{90.f, 2}, {95.f, 4}, {100.f, 5}, {105.f, 4}, {110.f, 2}})
+  for (auto [intensity, tracks] :
+       {std::pair{90.f, 2}, {95.f, 4}, {100.f, 5}, {105.f, 4}, {110.f, 2}})
     for (int k = 0; k < tracks; ++k) AddTrack(form, Floats(12), {}, Floats(12, intensity));
   form.Menu.SetChecked("R_DistanceToNeighbDistrib", true);
   form.LeftGraph.DataFirst = 1;  // as the MSD panel leaves it
   ASSERT_TRUE(form.RunCommand("L_ShowIntens"));
   const TQVgraph& g = form.LeftGraph;
   EXPECT_EQ(form.Menu.Caption("Left"), "Left-IntensityDistr");
-  EXPECT_FLOAT_EQ(g.Row(1)[20], 5);  // 100 / IntStep 5
-  EXPECT_FLOAT_EQ(g.Row(1)[18], 2);
-  EXPECT_FLOAT_EQ(g.Row(0)[22], 110);
-  EXPECT_EQ(g.DataFirst, 0);
-  EXPECT_EQ(g.DataEnd, 23);
-  EXPECT_EQ(g.SeriesCount, 3);
-  EXPECT_EQ(g.Series[1].Style, Bar);
-  EXPECT_TRUE(g.Series[1].Show && g.Series[2].Show);
-  EXPECT_EQ(g.XTitle, "Intensity (A.U.)");
-  EXPECT_EQ(g.Y0Title, "Number of objects");
+  EXPECT_EQ((Floats{g.Row(1)[18], g.Row(1)[20], g.Row(0)[22]}),
+            (Floats{2, 5, 110}));  // bin 100 / 5
+  EXPECT_EQ((std::vector<int>{g.DataFirst, g.DataEnd, g.Series[1].Style}),
+            (std::vector<int>{0, 23, Bar}));
+  EXPECT_EQ(g.XTitle + " | " + g.Y0Title, "Intensity (A.U.) | Number of objects");
   EXPECT_DOUBLE_EQ(g.LastXval, 110);
   EXPECT_DOUBLE_EQ(g.LastY0val, static_cast<float>(5 * 1.2));
   // The note is written before the fit: the first run still shows the old centre.
@@ -47,9 +41,7 @@ TEST(IntensityPanels, MeanIntensityDistributionFitsTheCentre) {
   EXPECT_DOUBLE_EQ(form.Results.GaussMax, 100);
 }
 
-TEST(IntensityPanels, InstantIntensitiesTimeWindowAndBinEdges) {
-  FakePlatform platform;
-  TMainForm form(platform);
+TEST_F(IntensityPanels, InstantIntensitiesTimeWindowAndBinEdges) {
   // Frames 0..10 hold 50 counts, later ones 500; the third track ends in -3 and -7.
   Floats in(20, 500.0f);
   std::fill(in.begin(), in.begin() + 11, 50.0f);
@@ -76,10 +68,8 @@ TEST(IntensityPanels, InstantIntensitiesTimeWindowAndBinEdges) {
   EXPECT_EQ(g.Row(2)[10], 0);
 }
 
-TEST(IntensityPanels, EmptyFullRowAndOverfullInputsStaySafe) {
+TEST_F(IntensityPanels, EmptyFullRowAndOverfullInputsStaySafe) {
   RecordingFactoryScope bitmaps;
-  FakePlatform platform;
-  TMainForm form(platform);
   TQVgraph& g = form.LeftGraph;
   g.SetBitmapSize(600, 400);
   auto runInstant = [&] {
@@ -112,8 +102,9 @@ TEST(IntensityPanels, EmptyFullRowAndOverfullInputsStaySafe) {
     double e = 0;
     for (int i = 0; i < 10000; ++i) {
       const double bin = i == 2 ? 9990 : i == 9999 ? 10 : 0;
-      const double d = bin - static_cast<float>(area * std::exp(-std::pow(5.0 * i - c, 2) / (2 * sd * sd)) /
-                                                std::sqrt(2 * M_PI * sd * sd));
+      const double d =
+          bin - static_cast<float>(area * std::exp(-std::pow(5.0 * i - c, 2) / (2 * sd * sd)) /
+                                   std::sqrt(2 * M_PI * sd * sd));
       e += d * d;
     }
     if (1000 / e > bestScore) bestScore = 1000 / e, best = c;
@@ -128,18 +119,12 @@ TEST(IntensityPanels, EmptyFullRowAndOverfullInputsStaySafe) {
   ExpectFiniteAxes(g, true);
 }
 
-TEST(IntensityPanels, FitErrorSumIncludesThePointAtDataEnd) {
-  FakePlatform platform;
-  TMainForm form(platform);
-  form.Spots.NSelected = 1;
-  form.Results.IntensSD = 5;
-  form.S.IntStep = 2.5;
+TEST_F(IntensityPanels, FitErrorSumIncludesThePointAtDataEnd) {
+  form.Spots.NSelected = 1, form.Results.IntensSD = 5, form.S.IntStep = 2.5;
   AnalysisContext context = form.MakeAnalysisContext();
   const float x[] = {0, 5, 10, 15}, bins[] = {0, 5, 0, 10000};
   for (int i = 0; i < 4; ++i) {
-    context.WorkRow(0)[i] = x[i];
-    context.WorkRow(1)[i] = bins[i];
-    context.WorkRow(2)[i] = -1;
+    context.WorkRow(0)[i] = x[i], context.WorkRow(1)[i] = bins[i], context.WorkRow(2)[i] = -1;
   }
   form.LeftGraph.DataEnd = 3;
   IntensGaussFit(context, form.LeftGraph);
