@@ -17,8 +17,11 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
+#include <malloc.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "app/MainForm.h"
@@ -123,8 +126,8 @@ struct Timing {
   bool repeatable = true;  // every run of the path left the same result
 };
 
-// One case: `run` is timed, everything else is not. The best of `repeats` runs counts
-// (a reference run that takes long runs once).
+// One case: `run` is timed, everything else is not. The best of `repeats` runs of each
+// path counts.
 struct Case {
   std::string name;
   std::function<void(Path)> prepare;  // before each run
@@ -133,25 +136,41 @@ struct Case {
   int repeats = 3;
 };
 
-Timing Measure(const Case& c, Path path) {
-  Timing best;
-  for (int r = 0; r < c.repeats; ++r) {
-    if (c.prepare) c.prepare(path);
-    const auto start = Clock::now();
-    c.run(path);
-    const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-    Snapshot result = c.result();
-    if (r == 0 || ms < best.ms) best.ms = ms;
-    if (r == 0) best.result = std::move(result);
-    else if (!(result == best.result)) best.repeatable = false;
-    if (path == Path::Reference && ms > 3000) break;
-  }
-  return best;
+// One timed run of a path, folded into its best time and its result.
+double RunOnce(const Case& c, Path path, Timing& timing, bool first) {
+  if (c.prepare) c.prepare(path);
+  const auto start = Clock::now();
+  c.run(path);
+  const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+  Snapshot result = c.result();
+  if (first || ms < timing.ms) timing.ms = ms;
+  if (first)
+    timing.result = std::move(result);
+  else if (!(result == timing.result))
+    timing.repeatable = false;
+  return ms;
 }
 
+// Both paths, taking turns (reference, fast, reference, ...), so that a machine that
+// speeds up or slows down meanwhile affects both alike. A reference run that takes
+// long is not repeated.
+std::pair<Timing, Timing> Compare(const Case& c) {
+  Timing reference, fast;
+  bool referenceDone = false;
+  for (int r = 0; r < c.repeats; ++r) {
+    if (!referenceDone) referenceDone = RunOnce(c, Path::Reference, reference, r == 0) > 3000;
+    RunOnce(c, Path::Fast, fast, r == 0);
+  }
+  return {reference, fast};
+}
+
+// With --only TEXT, the cases whose names contain TEXT.
+std::string gOnly;
+bool Wanted(const std::string& name) { return name.find(gOnly) != std::string::npos; }
+
 bool Report(const Case& c) {
-  const Timing reference = Measure(c, Path::Reference);
-  const Timing fast = Measure(c, Path::Fast);
+  if (!Wanted(c.name)) return true;
+  const auto [reference, fast] = Compare(c);
   const bool identical = reference.repeatable && fast.repeatable && reference.result == fast.result;
   std::printf("%s, %.1f, %.1f, %.2fx, identical=%s\n", c.name.c_str(), reference.ms, fast.ms,
               fast.ms > 0 ? reference.ms / fast.ms : 0.0, identical ? "yes" : "no");
@@ -184,6 +203,8 @@ struct LoadBench {
 
   void Prepare() {
     store.reset();  // the previous run's frames go first
+    // ... and back to the system, so every load fills new pages as in a new session.
+    malloc_trim(0);
     store = std::make_unique<TrackStore>();
     if (!store->Allocate()) {
       std::fprintf(stderr, "kinetra-bench: out of memory\n");
@@ -204,21 +225,33 @@ struct LoadBench {
   Snapshot Result() const { return TrackSnapshot(*store, store->NSpots); }
 };
 
-// The plain read of the whole file into memory that loading is held against.
-double ReadIntoMemoryMs(const std::string& path, int repeats) {
+// The plain read of the whole file into memory that loading is held against: fopen,
+// one fread of the whole file, fclose; best of `repeats`. `freshMemory` reads into
+// pages never touched before, as a load in a new session fills the store (on this
+// machine first touches cost about as much as the copy itself); otherwise into a buffer
+// touched once beforehand (the copy alone).
+double ReadIntoMemoryMs(const std::string& path, int repeats, bool freshMemory) {
+  const std::uintmax_t size = std::filesystem::file_size(path);
+  std::unique_ptr<char[]> touched;
+  if (!freshMemory) {
+    touched.reset(new char[size]);
+    std::memset(touched.get(), 0, size);
+  }
   double best = 0;
   for (int r = 0; r < repeats; ++r) {
+    void* fresh = nullptr;
+    if (freshMemory) {
+      fresh = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      if (fresh == MAP_FAILED) return 0;
+    }
     const auto start = Clock::now();
     std::FILE* file = std::fopen(path.c_str(), "rb");
     if (!file) return 0;
-    std::fseek(file, 0, SEEK_END);
-    const long size = std::ftell(file);
-    std::rewind(file);
-    std::unique_ptr<char[]> bytes(new char[static_cast<size_t>(size > 0 ? size : 1)]);
-    const size_t got = std::fread(bytes.get(), 1, static_cast<size_t>(size), file);
+    const size_t got = std::fread(freshMemory ? fresh : touched.get(), 1, size, file);
     std::fclose(file);
     const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-    if (got != static_cast<size_t>(size)) return 0;
+    if (fresh) munmap(fresh, size);
+    if (got != size) return 0;
     if (r == 0 || ms < best) best = ms;
   }
   return best;
@@ -243,6 +276,15 @@ std::string WritePopulation(const std::filesystem::path& dir, int32_t tracks, in
   return path;
 }
 
+const char* KernelName(KernelSet set) {
+  switch (set) {
+    case KernelSet::Avx512: return "AVX-512";
+    case KernelSet::Avx2: return "AVX2";
+    case KernelSet::Sse2: return "SSE2";
+    default: return "plain";
+  }
+}
+
 std::string Size(int32_t tracks, int32_t points) {
   return std::to_string(tracks) + " x " + std::to_string(points);
 }
@@ -255,8 +297,10 @@ int main(int argc, char** argv) {
     const std::string arg = argv[i];
     if (arg == "--short") {
       shortMode = true;
+    } else if (arg == "--only" && i + 1 < argc) {
+      gOnly = argv[++i];
     } else {
-      std::fprintf(stderr, "usage: kinetra-bench [--short]\n");
+      std::fprintf(stderr, "usage: kinetra-bench [--short] [--only TEXT]\n");
       return 2;
     }
   }
@@ -271,12 +315,13 @@ int main(int argc, char** argv) {
   const std::string longFile = WritePopulation(dir, longTracks, longPoints, 8);
 
   std::printf("# kinetra-bench%s: %u worker threads, %s kernels\n", shortMode ? " --short" : "",
-              ThreadPool::Shared().Slots(), kFastKernels == KernelSet::Avx2 ? "AVX2" : "SSE2");
+              ThreadPool::Shared().Slots(), KernelName(kFastKernels));
   std::printf("# case, reference ms, fast ms, speed-up, identical\n");
   bool allIdentical = true;
 
   // Loads: the file is read once beforehand, so both paths find it in the page cache.
-  const double readMs = ReadIntoMemoryMs(manyFile, 3);
+  const double readMs = ReadIntoMemoryMs(manyFile, 5, true);
+  const double copyMs = ReadIntoMemoryMs(manyFile, 5, false);
   double manyFastMs = 0;
   for (const auto& [file, tracks, points] :
        {std::tuple{manyFile, manyTracks, manyPoints}, std::tuple{longFile, longTracks, longPoints}}) {
@@ -284,8 +329,11 @@ int main(int argc, char** argv) {
     load.path = file;
     Case c{"load " + Size(tracks, points), [&](Path) { load.Prepare(); },
            [&](Path p) { load.Run(p); }, [&] { return load.Result(); }};
-    const Timing reference = Measure(c, Path::Reference);
-    const Timing fast = Measure(c, Path::Fast);
+    // This machine's speed drifts by a third between runs: more turns for the short
+    // load, so that both paths meet its fast spells.
+    c.repeats = 5;
+    if (!Wanted(c.name)) continue;
+    const auto [reference, fast] = Compare(c);
     const bool identical =
         reference.repeatable && fast.repeatable && reference.result == fast.result;
     allIdentical &= identical;
@@ -294,8 +342,9 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     if (file == manyFile) manyFastMs = fast.ms;
   }
-  std::printf("# read %s file into memory (fread): %.1f ms; fast load takes %.2fx that\n",
+  std::printf("read %s file into memory, -, %.1f, -, fast load takes %.2fx that\n",
               Size(manyTracks, manyPoints).c_str(), readMs, readMs > 0 ? manyFastMs / readMs : 0.0);
+  std::printf("# (the fread into new pages; into pages already touched it takes %.1f ms)\n", copyMs);
   std::fflush(stdout);
 
   // The recomputation pass on the first store.

@@ -1,7 +1,11 @@
 #include "stats/ParallelValues.h"
 
 #include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
 #include <new>
+#include <utility>
 
 #include "stats/MsdCurveCache.h"
 
@@ -40,6 +44,62 @@ void ComputeRange(TrackStore& store, int32_t first, int32_t end, const Settings&
     for (int t = 0; t < count; ++t) KeepCurve(curves, store, i + t, rules, scratch.Msd[t]);
   }
 }
+
+// Chunks of tracks handed from the reading thread to consumer tasks on the pool, in the
+// order they were read.
+class ChunkPipeline {
+ public:
+  using Work = std::function<void(int32_t, int32_t, unsigned)>;
+  ChunkPipeline(ThreadPool& pool, Work work) : pool_(pool), work_(std::move(work)) {}
+
+  // Opens the pipeline (if closed) and adds `consumers` consumer tasks.
+  void Start(unsigned consumers) {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      closed_ = false;
+    }
+    for (unsigned c = 0; c < consumers; ++c)
+      pool_.Submit([this](unsigned worker) { Consume(worker); });
+  }
+  void Push(int32_t from, int32_t to) {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      chunks_.emplace_back(from, to);
+    }
+    more_.notify_one();
+  }
+  // Closes the pipeline: returns when every chunk is done and every consumer has left,
+  // so the pool is idle (and free for other work) until the next Start.
+  void Stop() {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      closed_ = true;
+    }
+    more_.notify_all();
+    pool_.Wait();
+  }
+
+ private:
+  void Consume(unsigned worker) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+      more_.wait(lock, [this] { return closed_ || !chunks_.empty(); });
+      if (chunks_.empty()) return;  // closed and nothing left
+      const auto [from, to] = chunks_.front();
+      chunks_.pop_front();
+      lock.unlock();
+      work_(from, to, worker);
+      lock.lock();
+    }
+  }
+
+  ThreadPool& pool_;
+  Work work_;
+  std::mutex mutex_;
+  std::condition_variable more_;  // a chunk came, or the pipeline closed
+  std::deque<std::pair<int32_t, int32_t>> chunks_;
+  bool closed_ = false;
+};
 
 }  // namespace
 
@@ -87,8 +147,8 @@ QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings&
                            MsdCurveCache* curves) {
   using Clock = std::chrono::steady_clock;
   WorkerScratch workers(pool);
-  if (!workers.Ready()) {
-    // Short of memory for the workers: compute each track on this thread as it comes.
+  if (!workers.Ready() || !pool.Threaded()) {
+    // Short of memory or threads for the workers: compute each track here as it comes.
     auto lastPause = Clock::now();
     return reader.ReadTracks(store, [&](SpotRec& track) {
       ComputeTrackValues(track, settings, rules, scratch);
@@ -100,38 +160,45 @@ QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings&
     });
   }
 
+  // While this thread reads, one worker fewer than the pool has computes: the reading
+  // is the one part that cannot be shared out, and a worker competing with it for a
+  // processor would only hold it up. Once the file is read, every worker joins in.
+  const unsigned whileReading = pool.Slots() > 1 ? pool.Slots() - 1 : 1;
+  ChunkPipeline pipeline(pool, [&store, &settings, &rules, &workers, curves](
+                                   int32_t from, int32_t to, unsigned worker) {
+    ComputeRange(store, from, to, settings, rules, workers[worker], false, curves);
+  });
+  pipeline.Start(whileReading);
+
   const int32_t first = store.NSpots;
   int32_t handed = first;  // tracks [first, handed) have been read
   int32_t queued = first;  // tracks [first, queued) have been given to the workers
   int64_t pendingWork = 0;
-  auto queue = [&](int32_t to) {
-    pool.Submit([&store, &settings, &rules, &workers, curves, from = queued, to](unsigned worker) {
-      ComputeRange(store, from, to, settings, rules, workers[worker], false, curves);
-    });
-    queued = to;
-    pendingWork = 0;
-  };
-
   auto lastPause = Clock::now();
   const QviStop stop = reader.ReadTracks(store, [&](SpotRec& track) {
     // The reader hands over the records in store order, each before it is counted.
     handed = static_cast<int32_t>(&track - &store[0]) + 1;
     pendingWork += TrackWork(track);
     if (pendingWork < kChunkWork) return;
-    queue(handed);
+    pipeline.Push(queued, handed);
+    queued = handed;
+    pendingWork = 0;
     if (pause && Clock::now() - lastPause >= std::chrono::duration<double>(pauseSeconds)) {
-      pool.Wait();
+      pipeline.Stop();
       pause();
+      pipeline.Start(whileReading);
       lastPause = Clock::now();
     }
   });
-  if (queued < handed) queue(handed);
-  pool.Wait();
+  if (queued < handed) pipeline.Push(queued, handed);
+  pipeline.Start(pool.Slots() - whileReading);
+  pipeline.Stop();
   return stop;
 }
 
 QviStop ReadTracksReference(QviReader& reader, TrackStore& store, const Settings& settings,
                             const PairRules& rules, MsdScratch& scratch) {
+  reader.UseHeapFrames();
   return reader.ReadTracks(store, [&](SpotRec& track) {
     ComputeTrackValuesReference(track, settings, rules, scratch);
   });

@@ -24,9 +24,12 @@ class ThreadPool {
 
   // Worker indexes run from 0 to Slots() - 1; per-worker scratch needs that many slots.
   unsigned Slots() const { return workers_.empty() ? 1u : static_cast<unsigned>(workers_.size()); }
+  // False when the system refused every thread (tasks then run inside Submit).
+  bool Threaded() const { return !workers_.empty(); }
 
-  // Queues `task`; it runs on a worker and is given that worker's index. Not to be called
-  // from inside a task.
+  // Queues `task`; it runs on a worker and is given that worker's index. A task may wait
+  // for others queued before it only while some worker is left free to run them. Not to
+  // be called from inside a task.
   void Submit(std::function<void(unsigned worker)> task);
   // Returns when every task queued so far has finished.
   void Wait();
@@ -34,7 +37,8 @@ class ThreadPool {
   // Runs fn(chunkBegin, chunkEnd, worker) over [begin, end) cut into chunks of `grain`
   // items (the last may be shorter), and returns when all are done. The chunk bounds
   // depend on begin, end and grain only, so per-chunk partial results indexed by
-  // (chunkBegin - begin) / grain combine the same way on any machine.
+  // (chunkBegin - begin) / grain combine the same way on any machine. Not to be called
+  // from inside a task.
   void ParallelFor(int64_t begin, int64_t end, int64_t grain,
                    const std::function<void(int64_t, int64_t, unsigned)>& fn);
 

@@ -11,17 +11,29 @@
 
 namespace {
 
-// 0 = Reference, 1 = SSE2, 2 = AVX2, -1 = not chosen yet (constant-initialised, so it is
+// A KernelSet as int, or -1 = not chosen yet (constant-initialised, so it is
 // right even for callers that run before the program's start-up code).
 std::atomic<int> gKernels{-1};
 
 int Kernels() {
   int kernels = gKernels.load(std::memory_order_relaxed);
   if (kernels < 0) {
-    kernels = CpuHasAvx2() ? 2 : 1;
+    kernels = static_cast<int>(CpuHasAvx512() ? KernelSet::Avx512
+                               : CpuHasAvx2() ? KernelSet::Avx2
+                                              : KernelSet::Sse2);
     gKernels.store(kernels, std::memory_order_relaxed);
   }
   return kernels;
+}
+
+constexpr int kReference = static_cast<int>(KernelSet::Reference);
+constexpr int kAvx2 = static_cast<int>(KernelSet::Avx2);
+constexpr int kAvx512 = static_cast<int>(KernelSet::Avx512);
+
+DropChoice ScanDrops(int kernels, const float* in, int32_t n, int32_t w, float* window) {
+  if (kernels >= kAvx512) return ScanDropsAvx512(in, n, w, window);
+  if (kernels == kAvx2) return ScanDropsAvx2(in, n, w, window);
+  return ScanDropsSse2(in, n, w, window);
 }
 
 // Dk[k] = MSD[k] x 0.25 / (k x lag) for k = 1 .. K-1, and the mean of Dk[2 .. K-1].
@@ -38,6 +50,7 @@ double FinishMsd(int32_t K, float lag, float* Dk, const float* MSD) {
 
 bool SelectKernels(KernelSet set) {
   if (set == KernelSet::Avx2 && !CpuHasAvx2()) return false;
+  if (set == KernelSet::Avx512 && !CpuHasAvx512()) return false;
   gKernels.store(static_cast<int>(set), std::memory_order_relaxed);
   return true;
 }
@@ -82,7 +95,9 @@ void MsdSums(int kernels, const float* x, const float* y, int32_t n, int32_t K, 
       }
       MSD[k] = sum / pairs;
     }
-  } else if (kernels == 2) {
+  } else if (kernels >= kAvx512) {
+    MsdOverlappingAvx512(x, y, n, K, MSD);
+  } else if (kernels == kAvx2) {
     MsdOverlappingAvx2(x, y, n, K, MSD);
   } else {
     MsdOverlappingSse2(x, y, n, K, MSD);
@@ -94,7 +109,7 @@ void MsdSums(int kernels, const float* x, const float* y, int32_t n, int32_t K, 
 double CalcTrackMSD(const float* x, const float* y, int32_t n, float lag, float* Dk, float* MSD,
                     bool independentPairs) {
   const int kernels = Kernels();
-  if (kernels == 0) return CalcTrackMSDReference(x, y, n, lag, Dk, MSD, independentPairs);
+  if (kernels == kReference) return CalcTrackMSDReference(x, y, n, lag, Dk, MSD, independentPairs);
   if (n > kMaxPoints) n = kMaxPoints;
   const int32_t K = n / 2;
   MsdSums(kernels, x, y, n, K, MSD, independentPairs);
@@ -188,10 +203,12 @@ void FindIntensityDropReference(SpotRec& track, int32_t W) {
 
 void FindIntensityDrop(SpotRec& track, int32_t W) {
   const int kernels = Kernels();
-  if (kernels == 0) return FindIntensityDropReference(track, W);
+  if (kernels == kReference) return FindIntensityDropReference(track, W);
   const float* in = track.Int.data();
   const int32_t n = track.NPoints;
-  SetIntensityDrop(track, W, kernels == 2 ? ScanDropsAvx2(in, n, W) : ScanDropsSse2(in, n, W));
+  if (n > kMaxPoints) return FindIntensityDropReference(track, W);
+  float window[kMaxPoints];
+  SetIntensityDrop(track, W, ScanDrops(kernels, in, n, W, window));
 }
 
 void RecomputeMobility(SpotRec& track, const Settings& settings, const PairRules& rules,
@@ -246,11 +263,13 @@ void ComputeTrackValuesBatch(SpotRec* const* tracks, int count, const Settings& 
                              const PairRules& rules, BatchScratch& scratch) {
   constexpr int G = BatchScratch::kTracks;
   const int kernels = Kernels();
-  if (kernels == 0 || count < 2 || count > G) {
+  bool oversized = false;  // longer than the work arrays (the reader never keeps such tracks)
+  for (int t = 0; t < count && t < G; ++t) oversized |= tracks[t]->NPoints > kMaxPoints;
+  if (kernels == kReference || count < 2 || count > G || oversized) {
     for (int t = 0; t < count; ++t) ComputeTrackValues(*tracks[t], settings, rules, scratch.Msd[t]);
     return;
   }
-  const bool avx2 = kernels == 2;
+  const bool avx2 = kernels >= kAvx2;  // the short loops have no AVX-512 versions
   const float lag = static_cast<float>(settings.dT * settings.TimeScale);
   const int32_t s = settings.VelocityStep;
   const float T = static_cast<float>(s * settings.dT * settings.TimeScale);
@@ -268,10 +287,9 @@ void ComputeTrackValuesBatch(SpotRec* const* tracks, int count, const Settings& 
     in[t] = track.Int.data();
     frames[t] = std::max(n, 0);
 
-    const int32_t msdPoints = std::min(n, kMaxPoints);
-    K[t] = msdPoints / 2;
+    K[t] = n / 2;
     MsdScratch& msd = scratch.Msd[t];
-    MsdSums(kernels, track.X.data(), track.Y.data(), msdPoints, K[t], msd.MSD,
+    MsdSums(kernels, track.X.data(), track.Y.data(), n, K[t], msd.MSD,
             rules.IndependentPairs);
     if (avx2)
       DkFromMsdAvx2(msd.MSD, K[t], lag, msd.Dk);
@@ -300,8 +318,7 @@ void ComputeTrackValuesBatch(SpotRec* const* tracks, int count, const Settings& 
         }
     }
 
-    drop[t] = W <= 0 ? DropChoice{0.0f, 1, 0.0f, 0.0f}
-                     : (avx2 ? ScanDropsAvx2(in[t], n, W) : ScanDropsSse2(in[t], n, W));
+    drop[t] = ScanDrops(kernels, in[t], n, W, scratch.Window);
     before[t] = LevelBefore(W, drop[t]);
     after[t] = LevelAfter(W, drop[t]);
     beforeTerms[t] = std::min(drop[t].kept, frames[t]);

@@ -24,7 +24,7 @@ double CalcTrackMSDReference(const float* x, const float* y, int32_t n, float la
 
 // Which loops CalcTrackMSD and FindIntensityDrop run. All give the same results bit for
 // bit; the fastest the processor has is chosen at start.
-enum class KernelSet { Reference, Sse2, Avx2 };
+enum class KernelSet { Reference, Sse2, Avx2, Avx512 };
 // False (and nothing changed) when the processor lacks the set.
 bool SelectKernels(KernelSet set);
 KernelSet ActiveKernels();
@@ -54,6 +54,7 @@ struct BatchScratch {
   static constexpr int kTracks = 4;
   MsdScratch Msd[kTracks];
   double Terms[kTracks][10000];
+  float Window[10000];  // the intensity window sums of one track at a time
 };
 // ComputeTrackValues for up to BatchScratch::kTracks tracks at once (the sums of the
 // tracks interleaved, the same values as one by one).

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 // The intensity-drop position chosen by the scan (a plain aggregate: nothing here may
-// generate code, since the AVX2 file includes it too).
+// generate code, since the AVX2 and AVX-512 files include it too).
 struct DropChoice {
   float best;       // largest Sb - Sa found, 0 when none beat 0
   int32_t kept;     // its position k, 1 when none beat 0
@@ -15,10 +15,13 @@ struct DropChoice {
 // MSD[k] for k = 1 .. K-1 over every overlapping pair of lag k (K <= n/2).
 void MsdOverlappingSse2(const float* x, const float* y, int32_t n, int32_t K, float* MSD);
 void MsdOverlappingAvx2(const float* x, const float* y, int32_t n, int32_t K, float* MSD);
+void MsdOverlappingAvx512(const float* x, const float* y, int32_t n, int32_t K, float* MSD);
 
-// The first largest window drop over positions w .. n-w-1.
-DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w);
-DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w);
+// The first largest window drop over positions w .. n-w-1; `window` has room for n - w
+// floats (the window sums).
+DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w, float* window);
+DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w, float* window);
+DropChoice ScanDropsAvx512(const float* in, int32_t n, int32_t w, float* window);
 
 // Dk[k] = MSD[k] x 0.25 / (k x lag) for k = 1 .. K-1: the product k x lag in float, the
 // rest in double, the result rounded to float.
@@ -34,5 +37,6 @@ void VelocityTermsSse2(const float* x, const float* y, int32_t steps, int32_t s,
 void VelocityTermsAvx2(const float* x, const float* y, int32_t steps, int32_t s, float T,
                        bool leftNegative, double* q);
 
-// True when this processor runs the AVX2 versions.
+// True when this processor runs the AVX2 (AVX-512) versions.
 bool CpuHasAvx2();
+bool CpuHasAvx512();

@@ -22,6 +22,16 @@ struct Avx2 {
   static V Add(V a, V b) { return _mm256_add_ps(a, b); }
   static V Sub(V a, V b) { return _mm256_sub_ps(a, b); }
   static V Mul(V a, V b) { return _mm256_mul_ps(a, b); }
+  static V Div(V a, V b) { return _mm256_div_ps(a, b); }
+  // start, start - 1, ..., start - 7 as floats (exact below 2^24).
+  static V CountDown(int32_t start) {
+    return _mm256_cvtepi32_ps(
+        _mm256_sub_epi32(_mm256_set1_epi32(start), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
+  }
+  // Some lane is larger than `limit` (NaN lanes are not).
+  static bool AnyAbove(V v, float limit) {
+    return _mm256_movemask_ps(_mm256_cmp_ps(v, _mm256_set1_ps(limit), _CMP_GT_OQ)) != 0;
+  }
   static __m256i FirstLanes(int32_t lanes) {
     return _mm256_cmpgt_epi32(_mm256_set1_epi32(lanes), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
   }
@@ -39,7 +49,9 @@ void MsdOverlappingAvx2(const float* x, const float* y, int32_t n, int32_t K, fl
   MsdOverlapping<Avx2>(x, y, n, K, MSD);
 }
 
-DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w) { return ScanDrops<Avx2>(in, n, w); }
+DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w, float* window) {
+  return ScanDrops<Avx2>(in, n, w, window);
+}
 
 void DkFromMsdAvx2(const float* MSD, int32_t K, float lag, float* Dk) {
   const __m256 lags = _mm256_set1_ps(lag);
@@ -101,7 +113,9 @@ bool CpuHasAvx2() {
 void MsdOverlappingAvx2(const float* x, const float* y, int32_t n, int32_t K, float* MSD) {
   MsdOverlappingSse2(x, y, n, K, MSD);
 }
-DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w) { return ScanDropsSse2(in, n, w); }
+DropChoice ScanDropsAvx2(const float* in, int32_t n, int32_t w, float* window) {
+  return ScanDropsSse2(in, n, w, window);
+}
 void DkFromMsdAvx2(const float* MSD, int32_t K, float lag, float* Dk) { DkFromMsdSse2(MSD, K, lag, Dk); }
 void VelocityTermsAvx2(const float* x, const float* y, int32_t steps, int32_t s, float T,
                        bool leftNegative, double* q) {

@@ -1,6 +1,6 @@
 #pragma once
 // The vector kernels behind CalcTrackMSD and FindIntensityDrop, written once over an
-// "Ops" type that supplies a vector of W floats (SSE2: 4, AVX2: 8). Each file that
+// "Ops" type that supplies a vector of W floats (SSE2: 4, AVX2: 8, AVX-512: 16). Each file that
 // includes this instantiates the kernels for its own instruction set.
 //
 // Lanes always hold different sums (different lags, different window positions), never
@@ -17,11 +17,12 @@
 
 namespace {
 
-// Overlapping-pair MSD sums for the lags [k0, k0 + G*W), one lag per lane, all lags of the
-// block sharing the loads of x[i] and y[i]. sums[j] receives the sum of lag k0 + j; lags
-// of the block at or beyond n get 0. No float is read outside x[0 .. n) and y[0 .. n).
+// Overlapping-pair MSD for the lags [k0, k0 + G*W), one lag per lane, all lags of the
+// block sharing the loads of x[i] and y[i]. msd[j] receives the mean of lag k0 + j (lags
+// of the block at or beyond n get a meaningless value). No float is read outside
+// x[0 .. n) and y[0 .. n).
 template <class Ops, int G>
-void MsdBlock(const float* x, const float* y, int32_t n, int32_t k0, float* sums) {
+void MsdBlock(const float* x, const float* y, int32_t n, int32_t k0, float* msd) {
   using V = typename Ops::V;
   constexpr int32_t W = Ops::W;
   V acc[G];
@@ -58,34 +59,36 @@ void MsdBlock(const float* x, const float* y, int32_t n, int32_t k0, float* sums
       }
     }
   }
-  for (int g = 0; g < G; ++g) Ops::Store(sums + g * W, acc[g]);
+  // Each lag's sum over its pair count, n - lag.
+  for (int g = 0; g < G; ++g)
+    Ops::Store(msd + g * W, Ops::Div(acc[g], Ops::CountDown(n - (k0 + g * W))));
 }
 
-// MSD[k] = (sum over overlapping pairs of lag k) / pairs for k = 1 .. K-1.
+// MSD[k] = (sum over overlapping pairs of lag k) / pairs for k = 1 .. K-1 (the sum in
+// float, divided by the pair count as a float, as the plain loop does).
 template <class Ops>
 void MsdOverlapping(const float* x, const float* y, int32_t n, int32_t K, float* MSD) {
   constexpr int32_t W = Ops::W;
   constexpr int32_t kGroups = 4;  // four independent sums in flight hide the add latency
-  float sums[kGroups * W];
+  float block[kGroups * W];
   for (int32_t k0 = 1; k0 < K; k0 += kGroups * W) {
     const int32_t lags = K - k0 < kGroups * W ? K - k0 : kGroups * W;
     switch ((lags + W - 1) / W) {
-      case 1: MsdBlock<Ops, 1>(x, y, n, k0, sums); break;
-      case 2: MsdBlock<Ops, 2>(x, y, n, k0, sums); break;
-      case 3: MsdBlock<Ops, 3>(x, y, n, k0, sums); break;
-      default: MsdBlock<Ops, 4>(x, y, n, k0, sums); break;
+      case 1: MsdBlock<Ops, 1>(x, y, n, k0, block); break;
+      case 2: MsdBlock<Ops, 2>(x, y, n, k0, block); break;
+      case 3: MsdBlock<Ops, 3>(x, y, n, k0, block); break;
+      default: MsdBlock<Ops, 4>(x, y, n, k0, block); break;
     }
-    for (int32_t j = 0; j < lags; ++j) {
-      const int32_t pairs = n - (k0 + j);
-      MSD[k0 + j] = sums[j] / pairs;
-    }
+    for (int32_t j = 0; j < lags; ++j) MSD[k0 + j] = block[j];  // only lags below K
   }
 }
 
 // The intensity-drop scan: for k = w .. n-w-1 (rising), Sb = in[k-w] + ... + in[k-1] and
 // Sa = in[k] + ... + in[k+w-1], each added in frame order; keeps the first k whose
 // Sb - Sa is strictly larger than the best so far (which starts at 0, with k = 1).
-// Lanes hold W neighbouring positions; the choice is then made lane by lane in order.
+// Sa at k is the very sum Sb is at k + w (same terms, same order), so each window sum is
+// formed once, into window[j] for the window starting at j; lanes hold neighbouring
+// windows. The choice is then made lane by lane in order.
 inline void KeepIfLarger(DropChoice& scan, int32_t k, float sb, float sa) {
   const float d = sb - sa;
   if (d > scan.best) {
@@ -97,28 +100,35 @@ inline void KeepIfLarger(DropChoice& scan, int32_t k, float sb, float sa) {
 }
 
 template <class Ops>
-DropChoice ScanDrops(const float* in, int32_t n, int32_t w) {
+DropChoice ScanDrops(const float* in, int32_t n, int32_t w, float* window) {
   using V = typename Ops::V;
   constexpr int32_t W = Ops::W;
   DropChoice scan{0.0f, 1, 0.0f, 0.0f};
-  if (w <= 0) return scan;
-  const int32_t end = n - w;  // positions k < end; the reads stay below k + w <= n
+  if (w <= 0 || n - w <= w) return scan;  // no position to try
+  const int32_t windows = n - w;  // starts 0 .. n-w-1; the last reads in[n-2]
+  int32_t j = 0;
+  for (; j + W <= windows; j += W) {
+    V sum = Ops::Zero();
+    for (int32_t t = 0; t < w; ++t) sum = Ops::Add(sum, Ops::Load(in + j + t));
+    Ops::Store(window + j, sum);
+  }
+  for (; j < windows; ++j) {
+    float sum = 0;
+    for (int32_t t = 0; t < w; ++t) sum += in[j + t];
+    window[j] = sum;
+  }
   int32_t k = w;
   float before[W], after[W];
-  for (; k + W <= end; k += W) {
-    V sb = Ops::Zero(), sa = Ops::Zero();
-    for (int32_t t = 0; t < w; ++t) sb = Ops::Add(sb, Ops::Load(in + k - w + t));
-    for (int32_t t = 0; t < w; ++t) sa = Ops::Add(sa, Ops::Load(in + k + t));
+  for (; k + W <= windows; k += W) {
+    const V sb = Ops::Load(window + k - w);
+    const V sa = Ops::Load(window + k);
+    // Most positions beat nothing: only look lane by lane when one does.
+    if (!Ops::AnyAbove(Ops::Sub(sb, sa), scan.best)) continue;
     Ops::Store(before, sb);
     Ops::Store(after, sa);
-    for (int32_t j = 0; j < W; ++j) KeepIfLarger(scan, k + j, before[j], after[j]);
+    for (int32_t lane = 0; lane < W; ++lane) KeepIfLarger(scan, k + lane, before[lane], after[lane]);
   }
-  for (; k < end; ++k) {
-    float sb = 0, sa = 0;
-    for (int32_t t = k - w; t < k; ++t) sb += in[t];
-    for (int32_t t = k; t < k + w; ++t) sa += in[t];
-    KeepIfLarger(scan, k, sb, sa);
-  }
+  for (; k < windows; ++k) KeepIfLarger(scan, k, window[k - w], window[k]);
   return scan;
 }
 

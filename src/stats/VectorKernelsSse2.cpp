@@ -19,6 +19,15 @@ struct Sse2 {
   static V Add(V a, V b) { return _mm_add_ps(a, b); }
   static V Sub(V a, V b) { return _mm_sub_ps(a, b); }
   static V Mul(V a, V b) { return _mm_mul_ps(a, b); }
+  static V Div(V a, V b) { return _mm_div_ps(a, b); }
+  // start, start - 1, ..., start - 3 as floats (exact below 2^24).
+  static V CountDown(int32_t start) {
+    return _mm_cvtepi32_ps(_mm_sub_epi32(_mm_set1_epi32(start), _mm_setr_epi32(0, 1, 2, 3)));
+  }
+  // Some lane is larger than `limit` (NaN lanes are not).
+  static bool AnyAbove(V v, float limit) {
+    return _mm_movemask_ps(_mm_cmpgt_ps(v, _mm_set1_ps(limit))) != 0;
+  }
   // Lanes j < lanes (0 < lanes < W) from p, the others 0; nothing past them is read.
   static V LoadFirst(const float* p, int32_t lanes) {
     return _mm_setr_ps(p[0], lanes > 1 ? p[1] : 0.0f, lanes > 2 ? p[2] : 0.0f, 0.0f);
@@ -37,7 +46,9 @@ void MsdOverlappingSse2(const float* x, const float* y, int32_t n, int32_t K, fl
   MsdOverlapping<Sse2>(x, y, n, K, MSD);
 }
 
-DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w) { return ScanDrops<Sse2>(in, n, w); }
+DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w, float* window) {
+  return ScanDrops<Sse2>(in, n, w, window);
+}
 
 void DkFromMsdSse2(const float* MSD, int32_t K, float lag, float* Dk) {
   const __m128 lags = _mm_set1_ps(lag);
@@ -97,7 +108,7 @@ void MsdOverlappingSse2(const float* x, const float* y, int32_t n, int32_t K, fl
   }
 }
 
-DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w) {
+DropChoice ScanDropsSse2(const float* in, int32_t n, int32_t w, float*) {
   DropChoice scan{0.0f, 1, 0.0f, 0.0f};
   for (int32_t k = w; w > 0 && k < n - w; ++k) {
     float sb = 0, sa = 0;

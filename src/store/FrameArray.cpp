@@ -4,6 +4,8 @@
 #include <new>
 #include <utility>
 
+#include "store/FrameSlabs.h"
+
 FrameArray::FrameArray(const FrameArray& other) { *this = other; }
 
 FrameArray& FrameArray::operator=(const FrameArray& other) {
@@ -14,22 +16,30 @@ FrameArray& FrameArray::operator=(const FrameArray& other) {
 }
 
 FrameArray::FrameArray(FrameArray&& other) noexcept
-    : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {}
+    : data_(std::exchange(other.data_, nullptr)),
+      size_(std::exchange(other.size_, 0)),
+      fromSlab_(std::exchange(other.fromSlab_, false)) {}
 
 FrameArray& FrameArray::operator=(FrameArray&& other) noexcept {
   if (this != &other) {
     Release();
     data_ = std::exchange(other.data_, nullptr);
     size_ = std::exchange(other.size_, 0);
+    fromSlab_ = std::exchange(other.fromSlab_, false);
   }
   return *this;
 }
 
 FrameArray::~FrameArray() { Release(); }
 
-bool FrameArray::Allocate(int32_t count) {
+bool FrameArray::Allocate(int32_t count, FrameSlabs* slabs) {
   Release();
   if (count <= 0) return true;
+  if (slabs && (data_ = slabs->Allocate(count))) {
+    fromSlab_ = true;
+    size_ = count;
+    return true;
+  }
   data_ = new (std::nothrow) float[static_cast<size_t>(count)]();
   if (!data_) return false;
   size_ = count;
@@ -37,7 +47,11 @@ bool FrameArray::Allocate(int32_t count) {
 }
 
 void FrameArray::Release() {
-  delete[] data_;
+  if (fromSlab_)
+    FrameSlabs::Release(data_, size_);
+  else
+    delete[] data_;
   data_ = nullptr;
   size_ = 0;
+  fromSlab_ = false;
 }

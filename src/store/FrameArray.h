@@ -4,6 +4,8 @@
 // leave two records sharing (and later freeing) the same memory.
 #include <cstdint>
 
+class FrameSlabs;
+
 class FrameArray {
  public:
   FrameArray() = default;
@@ -13,9 +15,9 @@ class FrameArray {
   FrameArray& operator=(FrameArray&& other) noexcept;
   ~FrameArray();
 
-  // Releases the old floats and allocates `count` zeroed ones; false (and empty)
-  // when memory is short.
-  bool Allocate(int32_t count);
+  // Releases the old floats and allocates `count` zeroed ones, from `slabs` when given
+  // and able; false (and empty) when memory is short.
+  bool Allocate(int32_t count, FrameSlabs* slabs = nullptr);
   void Release();
 
   float& operator[](int32_t k) { return data_[k]; }
@@ -27,4 +29,5 @@ class FrameArray {
  private:
   float* data_ = nullptr;
   int32_t size_ = 0;
+  bool fromSlab_ = false;  // else from new[]
 };

@@ -120,7 +120,7 @@ QviStop QviReader::ReadTracks(TrackStore& store, const std::function<void(SpotRe
     else
       ReadOldHeader(t, last, surplus);
 
-    if (!t.AllocateFrames(t.NPoints)) {
+    if (!t.AllocateFrames(t.NPoints, useSlabs_ ? &slabs_ : nullptr)) {
       // Drops the last complete track as well; kept as the program has always done.
       if (store.NSpots > 0) --store.NSpots;
       return QviStop::AllocationFailed;

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "store/FrameSlabs.h"
 #include "store/TrackStore.h"
 
 enum class QviLayout {
@@ -31,6 +32,9 @@ class QviReader {
   QviLayout Layout() const { return layout_; }
   // Bytes of the file consumed so far (for progress reports).
   int64_t Offset() const;
+  // Frames from the heap one track at a time instead of from slabs (the plain path the
+  // slabs are measured against).
+  void UseHeapFrames() { useSlabs_ = false; }
 
   // Appends the file's tracks at store.NSpots. `trackRead` runs for each track once
   // its frames are in, before it is counted (the per-track values are computed there).
@@ -45,4 +49,6 @@ class QviReader {
 
   std::FILE* file_ = nullptr;
   QviLayout layout_ = QviLayout::Old;
+  bool useSlabs_ = true;
+  FrameSlabs slabs_;
 };

@@ -45,6 +45,7 @@ struct SpotRec {
 
   int32_t StopCount() const { return SegLen[0]; }
 
-  // Releases the three arrays and allocates each with NPoints + spare zeroed floats.
-  bool AllocateFrames(int32_t nPoints);
+  // Releases the three arrays and allocates each with NPoints + spare zeroed floats
+  // (from `slabs` when given).
+  bool AllocateFrames(int32_t nPoints, FrameSlabs* slabs = nullptr);
 };

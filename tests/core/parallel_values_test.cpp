@@ -30,6 +30,7 @@ namespace {
 class KernelSets {
  public:
   KernelSets() {
+    if (SelectKernels(KernelSet::Avx512)) sets_.push_back(KernelSet::Avx512);
     if (SelectKernels(KernelSet::Avx2)) sets_.push_back(KernelSet::Avx2);
     SelectKernels(KernelSet::Sse2);
     sets_.push_back(KernelSet::Sse2);
