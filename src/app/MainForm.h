@@ -79,8 +79,9 @@ class TMainForm {
   // TracksChanged() itself.
   std::unique_ptr<MsdCurveCache> MsdCurves;
   void TracksChanged();
-  // The panels run their plain loops: no kept curves, no worker threads, no spatial grid
-  // (the reference the benchmarks and tests hold the faster paths against).
+  // Loading and the panels run their plain loops: no kept curves, no worker threads, no
+  // frame slabs, no spatial grid (the reference the benchmarks and tests hold the faster
+  // paths against).
   bool PlainAnalysis = false;
   // Rows the analyses fill before copying them to a panel.
   std::unique_ptr<float[]> WorkRows;  // kWorkRows x kRowLength

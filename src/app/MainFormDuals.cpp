@@ -1,15 +1,31 @@
 // Dual tracks and binding: the pairing command of the Action menu, the two commands that
 // act on the pairs, and the pop-up menu's exports and fused-track view.
+#include <optional>
 #include <string>
 
 #include "app/MainForm.h"
+#include "app/SaveDialogs.h"
 #include "edit/DualTracks.h"
 
 namespace {
 
-const FileDialog kTextSaveDialog{"Save Distributions as TXT", "Data as TXT (for Excel) |*.txt",
-                                 "txt", false, true};
-const char* const kExportGate = "Click 'dual tracks' in 'Actions' first";
+// The four exports need the pairs first; then they ask for the file. Nullopt when there
+// are no pairs (said) or the dialog is cancelled (silent).
+std::optional<std::string> AskDualExportPath(TMainForm& form) {
+  if (!form.DualsFound) {
+    form.platform().ShowMessage("Click 'dual tracks' in 'Actions' first");
+    return std::nullopt;
+  }
+  return form.platform().SaveFileDialog(kTextSaveDialog);
+}
+
+// A cancelled dialog or a file that cannot be written ends the command silently with
+// the flags untouched.
+void SaveBindingTimesAs(TMainForm& form, BindingTime which) {
+  const auto path = AskDualExportPath(form);
+  if (!path || !SaveBindingTimes(form.Spots, form.S, which, *path)) return;
+  form.UpdateAnalysis();
+}
 
 }  // namespace
 
@@ -51,44 +67,20 @@ void TMainForm::DynamicBindingClick() {
   UpdateAnalysis();
 }
 
-// A cancelled dialog or a file that cannot be written ends the command silently with
-// the flags untouched.
 void TMainForm::SaveTimeBeforeBindingClick() {
-  if (!DualsFound) {
-    platform_.ShowMessage(kExportGate);
-    return;
-  }
-  const auto path = platform_.SaveFileDialog(kTextSaveDialog);
-  if (!path || !SaveBindingTimes(Spots, S, BindingTime::BeforeBinding, *path)) return;
-  UpdateAnalysis();
+  SaveBindingTimesAs(*this, BindingTime::BeforeBinding);
 }
 
-void TMainForm::SaveBoundTimeClick() {
-  if (!DualsFound) {
-    platform_.ShowMessage(kExportGate);
-    return;
-  }
-  const auto path = platform_.SaveFileDialog(kTextSaveDialog);
-  if (!path || !SaveBindingTimes(Spots, S, BindingTime::Bound, *path)) return;
-  UpdateAnalysis();
-}
+void TMainForm::SaveBoundTimeClick() { SaveBindingTimesAs(*this, BindingTime::Bound); }
 
 // The Green exports only read the store: no recomputation.
 void TMainForm::SaveGreenBindingSpotsClick() {
-  if (!DualsFound) {
-    platform_.ShowMessage(kExportGate);
-    return;
-  }
-  if (const auto path = platform_.SaveFileDialog(kTextSaveDialog))
+  if (const auto path = AskDualExportPath(*this))
     SaveGreenSpots(Spots, GreenAlignment::Binding, *path);
 }
 
 void TMainForm::SaveGreenSplittingSpotsClick() {
-  if (!DualsFound) {
-    platform_.ShowMessage(kExportGate);
-    return;
-  }
-  if (const auto path = platform_.SaveFileDialog(kTextSaveDialog))
+  if (const auto path = AskDualExportPath(*this))
     SaveGreenSpots(Spots, GreenAlignment::Splitting, *path);
 }
 

@@ -14,6 +14,13 @@ T* MadeOnce(std::unique_ptr<T>& owner) {
   return owner.get();
 }
 
+// One running filter of width `w` over every track, then the recomputation.
+void RunTrackFilter(TMainForm& form, void (*filter)(TrackStore&, int32_t, FilterScratch&),
+                    int32_t w) {
+  if (FilterScratch* scratch = MadeOnce(form.FilterWork)) filter(form.Spots, w, *scratch);
+  form.UpdateAnalysis();
+}
+
 }  // namespace
 
 void TMainForm::RegisterEditCommands() {
@@ -76,27 +83,8 @@ void TMainForm::UseTimeWindowClick() {
 
 // The filtered values replace the stored ones; Dlat, AverVel and AverInt keep the values
 // of the raw track until something refits them.
-void TMainForm::RunningMed3Click() {
-  if (FilterScratch* scratch = MadeOnce(FilterWork)) RunningMedianAll(Spots, 3, *scratch);
-  UpdateAnalysis();
-}
-
-void TMainForm::RunningMed5Click() {
-  if (FilterScratch* scratch = MadeOnce(FilterWork)) RunningMedianAll(Spots, 5, *scratch);
-  UpdateAnalysis();
-}
-
-void TMainForm::RunningAverage3Click() {
-  if (FilterScratch* scratch = MadeOnce(FilterWork)) RunningAverage(Spots, 3, *scratch);
-  UpdateAnalysis();
-}
-
-void TMainForm::RunningAverage5Click() {
-  if (FilterScratch* scratch = MadeOnce(FilterWork)) RunningAverage(Spots, 5, *scratch);
-  UpdateAnalysis();
-}
-
-void TMainForm::RunningAverage7Click() {
-  if (FilterScratch* scratch = MadeOnce(FilterWork)) RunningAverage(Spots, 7, *scratch);
-  UpdateAnalysis();
-}
+void TMainForm::RunningMed3Click() { RunTrackFilter(*this, RunningMedianAll, 3); }
+void TMainForm::RunningMed5Click() { RunTrackFilter(*this, RunningMedianAll, 5); }
+void TMainForm::RunningAverage3Click() { RunTrackFilter(*this, RunningAverage, 3); }
+void TMainForm::RunningAverage5Click() { RunTrackFilter(*this, RunningAverage, 5); }
+void TMainForm::RunningAverage7Click() { RunTrackFilter(*this, RunningAverage, 7); }

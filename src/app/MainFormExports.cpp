@@ -5,6 +5,7 @@
 #include <string>
 
 #include "app/MainForm.h"
+#include "app/SaveDialogs.h"
 #include "edit/DlatTables.h"
 #include "edit/MsdExport.h"
 #include "edit/PanelExport.h"
@@ -14,16 +15,11 @@
 
 namespace {
 
-// The main window's text save dialog, shared by every TXT export.
-const FileDialog kTextSaveDialog{"Save Distributions as TXT", "Data as TXT (for Excel) |*.txt",
-                                 "txt", false, true};
 const FileDialog kCsvSaveDialog{"Save Graphs as CSV", "Data as CSV|*.csv", "csv", false, true};
 
-// Text mode, as the exports are written; a stream that is not open means the file could not
-// be made.
-std::ofstream OpenExportFile(const std::string& path) {
-  return std::ofstream(path, std::ios::out | std::ios::trunc);
-}
+// The two texts for a file that cannot be opened; some exports say nothing at all.
+const char* const kCanNotOpen = "Can not open file to write data";
+const char* const kWritingError = "File Writing Error";
 
 }  // namespace
 
@@ -43,27 +39,18 @@ void TMainForm::RegisterExportCommands() {
 }
 
 void TMainForm::SaveDistAsTXTClick() {
-  const std::optional<std::string> path = platform_.SaveFileDialog(kTextSaveDialog);
-  if (!path) return;
-  std::ofstream file = OpenExportFile(*path);
-  if (!file.is_open()) {
-    platform_.ShowMessage("Can not open file to write data");
-    return;
-  }
-  WritePanelsText(file, LeftGraph, RightGraph, Menu.Checked("L_ShowMSD"),
+  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kCanNotOpen);
+  if (!file) return;
+  WritePanelsText(*file, LeftGraph, RightGraph, Menu.Checked("L_ShowMSD"),
                   Menu.Checked("R_ShowMSD"));
 }
 
 void TMainForm::SaveDistAsCSVClick() {
-  const std::optional<std::string> path = platform_.SaveFileDialog(kCsvSaveDialog);
-  if (!path) return;
   // CSV is UTF-8 text and has no line-end translation: binary mode.
-  std::ofstream file(*path, std::ios::out | std::ios::trunc | std::ios::binary);
-  if (!file.is_open()) {
-    platform_.ShowMessage("Can not open file to write data");
-    return;
-  }
-  WritePanelsCsv(file, LeftGraph, RightGraph);
+  std::optional<std::ofstream> file =
+      AskExportFile(platform_, kCsvSaveDialog, kCanNotOpen, std::ios::binary);
+  if (!file) return;
+  WritePanelsCsv(*file, LeftGraph, RightGraph);
 }
 
 void TMainForm::SaveXYIntDataClick() { SaveTrackData(0); }
@@ -71,13 +58,8 @@ void TMainForm::SaveXYdataClick() { SaveTrackData(1); }
 void TMainForm::SaveIntensityDataClick() { SaveTrackData(2); }
 
 void TMainForm::SaveTrackData(int mode) {
-  const std::optional<std::string> path = platform_.SaveFileDialog(kTextSaveDialog);
-  if (!path) return;
-  std::ofstream file = OpenExportFile(*path);
-  if (!file.is_open()) {
-    platform_.ShowMessage("File Writing Error");
-    return;
-  }
+  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
+  if (!file) return;
   TrackExportOptions options;
   options.Mode = mode == 1   ? TrackExportMode::XY
                  : mode == 2 ? TrackExportMode::Intensity
@@ -85,7 +67,7 @@ void TMainForm::SaveTrackData(int mode) {
   options.Columns = Menu.Checked("SaveXYIntColumns");
   options.PutTime = Menu.Checked("PutTimeInTXTfile");
   options.dT = S.dT;
-  WriteTracksText(file, Spots, options,
+  WriteTracksText(*file, Spots, options,
                   [this](const std::string& text) { platform_.ShowMessage(text); });
 }
 
@@ -93,14 +75,9 @@ void TMainForm::SaveXYIntColumnsClick() { Menu.Toggle("SaveXYIntColumns"); }
 void TMainForm::PutTimeInTXTfileClick() { Menu.Toggle("PutTimeInTXTfile"); }
 
 void TMainForm::SaveMSDdTClick() {
-  const std::optional<std::string> path = platform_.SaveFileDialog(kTextSaveDialog);
-  if (!path) return;
-  std::ofstream file = OpenExportFile(*path);
-  if (!file.is_open()) {
-    platform_.ShowMessage("File Writing Error");
-    return;
-  }
-  WriteTrackMSDs(file, Spots, S.dT, CurrentPairRules().IndependentPairs, *Scratch);
+  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
+  if (!file) return;
+  WriteTrackMSDs(*file, Spots, S.dT, CurrentPairRules().IndependentPairs, *Scratch);
 }
 
 namespace {
@@ -111,11 +88,9 @@ void SaveDlatTable(Platform& platform, const MenuModel& menu, const TrackStore& 
                    double dlatBin, DlatTableKind kind) {
   if (!menu.Checked("R_ShowDlat")) return;
   const std::string text = DlatTableText(spots, dlatBin, kind);
-  const std::optional<std::string> path = platform.SaveFileDialog(kTextSaveDialog);
-  if (!path) return;
-  std::ofstream file = OpenExportFile(*path);
-  if (!file.is_open()) return;
-  WriteExportText(file, text);
+  std::optional<std::ofstream> file = AskExportFile(platform, kTextSaveDialog, nullptr);
+  if (!file) return;
+  WriteExportText(*file, text);
 }
 
 }  // namespace
@@ -133,23 +108,17 @@ void TMainForm::SaveStopTimesClick() {
     platform_.ShowMessage("Select 'Stopping Spots' in 'Settings' first or do dual tracks");
     return;
   }
-  const std::optional<std::string> path = platform_.SaveFileDialog(kTextSaveDialog);
-  if (!path) return;
-  std::ofstream file = OpenExportFile(*path);
-  if (!file.is_open()) return;
-  WriteStopTimes(file, Spots, S.dT);
+  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, nullptr);
+  if (!file) return;
+  WriteStopTimes(*file, Spots, S.dT);
 }
 
 void TMainForm::SaveDlatInstVelDataClick() {
-  const std::optional<std::string> path = platform_.SaveFileDialog(kTextSaveDialog);
-  if (!path) return;
-  std::ofstream file = OpenExportFile(*path);
-  if (!file.is_open()) {
-    platform_.ShowMessage("File Writing Error");
-    return;
-  }
+  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
+  if (!file) return;
+  std::ofstream& out = *file;
   DlatInstVelExport& hook = Results.InstVelExport;
-  hook.WriteLine = [&file](const std::string& line) { WriteExportText(file, line); };
+  hook.WriteLine = [&out](const std::string& line) { WriteExportText(out, line); };
   hook.Armed = true;
   RunCommand("R_ShowInstantVel");
   // The panel pass disarms the hook itself, but it does not run at all when too few

@@ -65,9 +65,11 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
   platform_.Progress(path, 0.0);
   const PairRules rules = CurrentPairRules();
   const QviStop stop =
-      ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *Scratch, [&] {
-        platform_.Progress(path, std::min(1.0, static_cast<double>(reader.Offset()) / bytes));
-      }, 0.1, MsdCurves.get());
+      PlainAnalysis
+          ? ReadTracksReference(reader, Spots, S, rules, *Scratch)
+          : ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *Scratch, [&] {
+              platform_.Progress(path, std::min(1.0, static_cast<double>(reader.Offset()) / bytes));
+            }, 0.1, MsdCurves.get());
   platform_.Progress(path, 1.0);
   if (stop == QviStop::AllocationFailed)
     platform_.ShowMessage("Can not allocate memory for Int, X, Y data");

@@ -1,22 +1,23 @@
 // Picture output: the two panels saved as one bitmap file or printed, and the print zoom.
-#include <algorithm>
-#include <cctype>
 #include <memory>
 #include <new>
 
 #include "app/MainForm.h"
+#include "app/SaveDialogs.h"
 #include "plot/Canvas.h"
 #include "plot/Picture.h"
 #include "store/Numbers.h"
 
 namespace {
 
-bool HasPngExtension(const std::string& path) {
-  if (path.size() < 4) return false;
-  std::string ext = path.substr(path.size() - 4);
-  std::transform(ext.begin(), ext.end(), ext.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return ext == ".png";
+// Both panels as one picture the size of the window above the status bar; null, once
+// `failure` is shown, when it cannot be made.
+std::unique_ptr<Bitmap> WindowPicture(TMainForm& form, const char* failure) {
+  std::unique_ptr<Bitmap> picture =
+      ComposePanels(form.LeftGraph.Bitmap.get(), form.RightGraph.Bitmap.get(), form.ClientWidth,
+                    form.ClientHeight - form.StatusBarHeight);
+  if (!picture) form.platform().ShowMessage(failure);
+  return picture;
 }
 
 }  // namespace
@@ -34,32 +35,15 @@ void TMainForm::RenderPanels() {
 }
 
 void TMainForm::SaveAsBMPClick() {
-  std::unique_ptr<Bitmap> picture = ComposePanels(
-      LeftGraph.Bitmap.get(), RightGraph.Bitmap.get(), ClientWidth, ClientHeight - StatusBarHeight);
-  if (!picture) {
-    platform_.ShowMessage("BMP eror");
-    return;
-  }
-  FileDialog dialog;
-  dialog.filter = "Bitmaps (*.bmp)|*.bmp";
-  dialog.defaultExt = "bmp";
-  dialog.promptOverwrite = true;
-  const std::optional<std::string> path = platform_.SavePictureDialog(dialog);
-  if (!path) return;
-  // A name ending in ".png" gets a PNG file instead, from the toolkit's encoder.
-  const bool saved =
-      HasPngExtension(*path) ? picture->SavePng(*path) : WriteBmp24(*picture, *path);
-  if (!saved) platform_.ShowMessage("Can not open file to write data");
+  const std::unique_ptr<Bitmap> picture = WindowPicture(*this, "BMP eror");
+  if (!picture) return;
+  if (const std::optional<std::string> path = AskPicturePath(platform_))
+    SavePicture(platform_, *picture, *path);
 }
 
 void TMainForm::PrintGraphsClick() {
-  std::unique_ptr<Bitmap> picture = ComposePanels(
-      LeftGraph.Bitmap.get(), RightGraph.Bitmap.get(), ClientWidth, ClientHeight - StatusBarHeight);
-  if (!picture) {
-    platform_.ShowMessage("BMP allocation ERROR");
-    return;
-  }
-  PrintBitmap(*picture);
+  if (const std::unique_ptr<Bitmap> picture = WindowPicture(*this, "BMP allocation ERROR"))
+    PrintBitmap(*picture);
 }
 
 void TMainForm::PrintBitmap(const Bitmap& picture) {

@@ -1,23 +1,8 @@
 // The single-track viewer seen from the main window, and its two batch commands.
-#include <algorithm>
-#include <cctype>
-
 #include "app/MainForm.h"
+#include "app/SaveDialogs.h"
 #include "plot/Canvas.h"
-#include "plot/Picture.h"
 #include "store/Numbers.h"
-
-namespace {
-
-bool EndsWithPng(const std::string& path) {
-  if (path.size() < 4) return false;
-  std::string ext = path.substr(path.size() - 4);
-  std::transform(ext.begin(), ext.end(), ext.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return ext == ".png";
-}
-
-}  // namespace
 
 void TMainForm::RegisterViewerCommands() {
   // Made right after the main window, as the program creates its viewer.
@@ -44,11 +29,7 @@ void TMainForm::ViewTrackClick() {
 
 void TMainForm::ViewerPictureClick() {
   if (!GraphForm) return;
-  FileDialog dialog;
-  dialog.filter = "Bitmaps (*.bmp)|*.bmp";
-  dialog.defaultExt = "bmp";
-  dialog.promptOverwrite = true;
-  const std::optional<std::string> path = platform_.SavePictureDialog(dialog);
+  const std::optional<std::string> path = AskPicturePath(platform_);
   if (!path) return;
   GraphForm->Render();
   const Bitmap* picture = GraphForm->Graph.Bitmap.get();
@@ -56,6 +37,5 @@ void TMainForm::ViewerPictureClick() {
     platform_.ShowMessage("BMP eror");
     return;
   }
-  const bool saved = EndsWithPng(*path) ? picture->SavePng(*path) : WriteBmp24(*picture, *path);
-  if (!saved) platform_.ShowMessage("Can not open file to write data");
+  SavePicture(platform_, *picture, *path);
 }

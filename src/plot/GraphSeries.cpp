@@ -110,6 +110,17 @@ void TQVgraph::DrawSeries(int k, int from, int to, double scale, int xOff, int y
 
   auto xAt = [&](int i) { return Value(0, i) * XScale - xOff; };
   auto yAt = [&](int i) { return yBase - Value(k, i) * scale; };
+  // An X of half-size h on every point, for Cross and LineCross.
+  auto drawCrosses = [&] {
+    for (int i = from; i < to; ++i) {
+      const int x = PixelTrunc(xAt(i));
+      const int y = PixelTrunc(yAt(i));
+      canvas.MoveTo(x - h, y - h);
+      canvas.LineTo(x + h, y + h);
+      canvas.MoveTo(x + h, y - h);
+      canvas.LineTo(x - h, y + h);
+    }
+  };
 
   switch (series.Style) {
     case Line:
@@ -135,14 +146,7 @@ void TQVgraph::DrawSeries(int k, int from, int to, double scale, int xOff, int y
       break;
     }
     case Cross:
-      for (int i = from; i < to; ++i) {
-        const int x = PixelTrunc(xAt(i));
-        const int y = PixelTrunc(yAt(i));
-        canvas.MoveTo(x - h, y - h);
-        canvas.LineTo(x + h, y + h);
-        canvas.MoveTo(x + h, y - h);
-        canvas.LineTo(x - h, y + h);
-      }
+      drawCrosses();
       break;
     case LineCircle:
       for (int i = from + 1; i < to; ++i) {
@@ -162,14 +166,7 @@ void TQVgraph::DrawSeries(int k, int from, int to, double scale, int xOff, int y
     case LineCross:
       canvas.MoveTo(PixelTrunc(xAt(from)), PixelTrunc(yAt(from)));
       for (int i = from + 1; i < to; ++i) canvas.LineTo(PixelTrunc(xAt(i)), PixelTrunc(yAt(i)));
-      for (int i = from; i < to; ++i) {
-        const int x = PixelTrunc(xAt(i));
-        const int y = PixelTrunc(yAt(i));
-        canvas.MoveTo(x - h, y - h);
-        canvas.LineTo(x + h, y + h);
-        canvas.MoveTo(x + h, y - h);
-        canvas.LineTo(x - h, y + h);
-      }
+      drawCrosses();
       break;
     case Bar:
       canvas.SetBrushStyle(BrushStyle::Solid);

@@ -55,12 +55,11 @@ bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
   // bin dropped but still dividing the mean.
   int64_t pairs = 0;
   double sum = 0;
-  for (int32_t t = 0; t < StoredTrackCount(spots) && pairs < kMaxStepPairs; ++t) {
-    const SpotRec& track = spots[t];
-    if (!track.Selected) continue;
+  ForEachSelectedTrack(spots, [&](const SpotRec& track) {
+    if (pairs >= kMaxStepPairs) return;  // the pair budget is spent
     pairs += AddTrackStepPairs(track.X.data(), track.Y.data(), ReadablePoints(track), width,
                                counts.get(), sum, kMaxStepPairs - pairs);
-  }
+  });
   const double mean = sum / static_cast<double>(pairs);
 
   for (int r = 0; r <= kRawBinsRow; ++r) std::fill_n(context.WorkRow(r), kRowLength, 0.0f);
@@ -94,15 +93,9 @@ bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
   graph.Notes[0] = "AverDist=" + FormatReal(TruncateTo(mean, 10, 0.1)) + "nm, " +
                    std::to_string(pairs) + " pairs, Window=" + std::to_string(kStepWindow) +
                    " frames";
-  if (context.Flags.AutoScaling) {
-    double xFirst = 0, xLast = (n > 0 ? x[n - 1] : 0) + binWidth;
-    double yLast = maxBin > 0 ? maxBin * 1.2 : 1;
-    double yFirst = 0;
-    DrawableRange(xFirst, xLast);
-    DrawableRange(yFirst, yLast);
-    SetAxes(graph, static_cast<float>(xFirst), static_cast<float>(xLast), 0,
-            static_cast<float>(yLast), 0, 1, 5);
-  }
+  if (context.Flags.AutoScaling)
+    SetDrawableAxes(graph, 0, (n > 0 ? x[n - 1] : 0) + binWidth, 0,
+                    maxBin > 0 ? maxBin * 1.2 : 1, 0, 1);
   return true;
 }
 

@@ -44,12 +44,10 @@ TimeAlignment Align(const AnalysisContext& context) {
   TimeAlignment align;
   align.time0 = context.Flags.Time0;
   bool any = false;
-  for (int32_t t = 0; t < StoredTrackCount(context.Spots); ++t) {
-    const SpotRec& track = context.Spots[t];
-    if (!track.Selected) continue;
+  ForEachSelectedTrack(context.Spots, [&](const SpotRec& track) {
     if (!any || track.FirstFrame < align.base) align.base = track.FirstFrame;
     any = true;
-  }
+  });
   return align;
 }
 
@@ -59,7 +57,11 @@ class Course {
     sums_.reset(new (std::nothrow) CourseSums());
     for (int r = kTimeRow; r <= kCountFitRow; ++r) std::fill_n(context.WorkRow(r), kRowLength, 0.0f);
   }
-  bool Ready() const { return sums_ != nullptr; }
+  // False, once `failure` is shown, when the sums could not be allocated.
+  bool Ready(const char* failure) const {
+    if (!sums_) context_.Message(failure);
+    return sums_ != nullptr;
+  }
   const TimeAlignment& Alignment() const { return align_; }
 
   void Add(const SpotRec& track, int32_t frame, double value) {
@@ -122,12 +124,11 @@ double ScaleCounts(AnalysisContext& context, TQVgraph& graph, int32_t slots) {
 double MeanDlat(const AnalysisContext& context) {
   double sum = 0;
   int32_t n = 0;
-  for (int32_t t = 0; t < StoredTrackCount(context.Spots); ++t) {
-    const SpotRec& track = context.Spots[t];
-    if (!track.Selected || !std::isfinite(track.Dlat)) continue;
+  ForEachSelectedTrack(context.Spots, [&](const SpotRec& track) {
+    if (!std::isfinite(track.Dlat)) return;
     sum += track.Dlat;
     ++n;
-  }
+  });
   return n > 0 ? sum / n : 0.0;
 }
 
@@ -168,16 +169,9 @@ void SetCourseSeries(TQVgraph& graph, int32_t slots, bool meanFit, bool countFit
 void SetCourseAxes(AnalysisContext& context, TQVgraph& graph, int32_t slots, double maxCount) {
   if (!context.Flags.AutoScaling) return;
   const float* time = context.WorkRow(kTimeRow);
-  double xFirst = time[0], xLast = time[slots];
   double lo, hi;
   RowExtent(context.WorkRow(kMeanRow), slots, lo, hi);
-  double y0First = lo * 1.2, y0Last = hi * 1.2;
-  double y1First = 0, y1Last = maxCount * 1.2;
-  DrawableRange(xFirst, xLast);
-  DrawableRange(y0First, y0Last);
-  DrawableRange(y1First, y1Last);
-  SetAxes(graph, static_cast<float>(xFirst), static_cast<float>(xLast), static_cast<float>(y0First),
-          static_cast<float>(y0Last), static_cast<float>(y1First), static_cast<float>(y1Last), 5);
+  SetDrawableAxes(graph, time[0], time[slots], lo * 1.2, hi * 1.2, 0, maxCount * 1.2);
 }
 
 std::string Truncated(double value, double scale, double step) {
@@ -188,21 +182,15 @@ std::string Truncated(double value, double scale, double step) {
 
 void CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   Course course(context);
-  if (!course.Ready()) {
-    context.Message("Can not allocate memory for MSD data");
-    return;
-  }
-  const TrackStore& spots = context.Spots;
-  for (int32_t t = 0; t < StoredTrackCount(spots); ++t) {
-    const SpotRec& track = spots[t];
-    if (!track.Selected) continue;
+  if (!course.Ready("Can not allocate memory for MSD data")) return;
+  ForEachSelectedTrack(context.Spots, [&](const SpotRec& track) {
     const int32_t n = ReadablePoints(track);
     for (int32_t j = 0; j < n; ++j) {
       const float dx = track.X[j] - track.X[0];
       const float dy = track.Y[j] - track.Y[0];
       course.Add(track, j, dx * dx + dy * dy);
     }
-  }
+  });
   const Settings& S = context.S;
   const double lag = S.dT * S.TimeScale;
   const int32_t slots = course.Finish(lag);
@@ -236,10 +224,7 @@ void CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph) {
 
 void CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   Course course(context);
-  if (!course.Ready()) {
-    context.Message("Can not allocate memory for velocity data");
-    return;
-  }
+  if (!course.Ready("Can not allocate memory for velocity data")) return;
   const Settings& S = context.S;
   const PairRules& rules = context.Flags.Rules;
   const int32_t s = S.VelocityStep;
@@ -247,21 +232,20 @@ void CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   const int32_t advance = rules.IndependentPairs ? s : 1;
   double total = 0;
   int64_t values = 0;
-  const TrackStore& spots = context.Spots;
   // The steps of the instant-velocity distribution, each placed at the frame it starts from.
-  for (int32_t t = 0; t < StoredTrackCount(spots) && s >= 1; ++t) {
-    const SpotRec& track = spots[t];
-    if (!track.Selected) continue;
-    const int32_t n = ReadablePoints(track);
-    for (int32_t i = 0; i < n - s - 1; i += advance) {
-      const float dx = track.X[i + s] - track.X[i];
-      const float dy = track.Y[i + s] - track.Y[i];
-      double v = std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T;
-      if (rules.AbsoluteXspeed && dx < 0) v = -v;
-      course.Add(track, i, v);
-      total += v;
-      ++values;
-    }
+  if (s >= 1) {
+    ForEachSelectedTrack(context.Spots, [&](const SpotRec& track) {
+      const int32_t n = ReadablePoints(track);
+      for (int32_t i = 0; i < n - s - 1; i += advance) {
+        const float dx = track.X[i + s] - track.X[i];
+        const float dy = track.Y[i + s] - track.Y[i];
+        double v = std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T;
+        if (rules.AbsoluteXspeed && dx < 0) v = -v;
+        course.Add(track, i, v);
+        total += v;
+        ++values;
+      }
+    });
   }
   const int32_t slots = course.Finish(S.dT * S.TimeScale);
   const double maxCount = ScaleCounts(context, graph, slots);
@@ -278,23 +262,17 @@ void CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
 
 void CalcIntensityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   Course course(context);
-  if (!course.Ready()) {
-    context.Message("Can not allocate memory for intensity data");
-    return;
-  }
+  if (!course.Ready("Can not allocate memory for intensity data")) return;
   double total = 0;
   int64_t values = 0;
-  const TrackStore& spots = context.Spots;
-  for (int32_t t = 0; t < StoredTrackCount(spots); ++t) {
-    const SpotRec& track = spots[t];
-    if (!track.Selected) continue;
+  ForEachSelectedTrack(context.Spots, [&](const SpotRec& track) {
     const int32_t n = ReadablePoints(track);
     for (int32_t j = 0; j < n; ++j) {
       course.Add(track, j, track.Int[j]);
       total += track.Int[j];
       ++values;
     }
-  }
+  });
   // The axis is in seconds whatever the time unit, as its title says.
   const int32_t slots = course.Finish(context.S.dT);
   const float* mean = context.WorkRow(kMeanRow);

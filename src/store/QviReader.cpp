@@ -85,14 +85,8 @@ bool QviReader::ReadPlanarHeader(SpotRec& t, float& last, int64_t& surplus) {
   ReadFloat(last);
   t.HdrValue = static_cast<float>(TruncToInt(static_cast<double>(last) * 10000) * 0.0001);
   ReadFloat(last);
-  t.PosX = IntFromStoredFloat(last);
-  ReadFloat(last);
-  t.PosY = IntFromStoredFloat(last);
-  ReadFloat(last);
-  t.NPoints = ClipFrameCount(IntFromStoredFloat(last), surplus);
-  ReadFloat(last);
-  t.FirstFrame = IntFromStoredFloat(last);
-  return true;
+  // The rest is the old header, from its first float on.
+  return ReadOldHeader(t, last, surplus);
 }
 
 bool QviReader::ReadOldHeader(SpotRec& t, float& last, int64_t& surplus) {
