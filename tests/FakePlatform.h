@@ -37,24 +37,15 @@ class FakePlatform : public Platform {
   std::optional<std::string> InputQuery(const std::string& c, const std::string& p,
                                         const std::string& d) override {
     prompts.push_back(c + "|" + p + "|" + d);
-    if (promptAnswers.empty()) return std::nullopt;
-    auto answer = promptAnswers.front();
-    promptAnswers.pop_front();
-    return answer;
+    return Next(promptAnswers);
   }
   std::vector<std::string> OpenFileDialog(const FileDialog& dialog) override {
     dialogs.push_back(dialog);
-    if (openAnswers.empty()) return {};
-    auto answer = openAnswers.front();
-    openAnswers.pop_front();
-    return answer;
+    return Next(openAnswers);
   }
   std::optional<std::string> SaveFileDialog(const FileDialog& dialog) override {
     dialogs.push_back(dialog);
-    if (saveAnswers.empty()) return std::nullopt;
-    auto answer = saveAnswers.front();
-    saveAnswers.pop_front();
-    return answer;
+    return Next(saveAnswers);
   }
   std::optional<std::string> SavePictureDialog(const FileDialog& dialog) override {
     return SaveFileDialog(dialog);
@@ -71,5 +62,15 @@ class FakePlatform : public Platform {
   void ShowGraphDialog(TQVgraphDlgForm& dialog) override {
     ++graphDialogs;
     if (graphDialogScript) graphDialogScript(dialog);
+  }
+
+ private:
+  // The next queued answer; an empty one (Cancel) when none is left.
+  template <typename Answer>
+  static Answer Next(std::deque<Answer>& queue) {
+    if (queue.empty()) return {};
+    Answer answer = std::move(queue.front());
+    queue.pop_front();
+    return answer;
   }
 };

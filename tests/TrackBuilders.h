@@ -1,11 +1,14 @@
 #pragma once
-// Hand-made stores for the panel and export tests: tracks appended as on load, fixed-seed
-// walks that come out the same on every platform, and checks shared by the panels.
+// Hand-made stores shared by the tests: tracks appended as on load, fixed-seed walks that
+// come out the same on every platform, and the checks several suites share.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -21,21 +24,40 @@ struct FormTest : ::testing::Test {
   TMainForm form{platform};
 };
 
-// Appends an active track (Y 0 and Int 100 where not given) and computes its per-track
-// values as on load.
-inline SpotRec& AddTrack(TMainForm& form, const Floats& x, const Floats& y = {},
-                         const Floats& in = {}, int32_t firstFrame = 0) {
-  const int32_t i = form.Spots.NSpots, n = static_cast<int32_t>(x.size());
-  SpotRec& t = form.Spots[i];
+// Allocates and fills the frames of a record: Y 0 and Int 100 where not given.
+inline SpotRec& SetFrames(SpotRec& t, const Floats& x, const Floats& y = {}, const Floats& in = {}) {
+  const int32_t n = static_cast<int32_t>(x.size());
   EXPECT_TRUE(t.AllocateFrames(n));
   t.NPoints = n;
-  t.FirstFrame = firstFrame;
-  t.Valid = 1;
   for (int32_t k = 0; k < n; ++k) {
     t.X[k] = x[k];
     t.Y[k] = k < static_cast<int32_t>(y.size()) ? y[k] : 0.0f;
     t.Int[k] = k < static_cast<int32_t>(in.size()) ? in[k] : 100.0f;
   }
+  return t;
+}
+
+// A record on its own, outside any store.
+inline SpotRec MakeSpot(const Floats& x, const Floats& y = {}, const Floats& in = {}) {
+  SpotRec t;
+  SetFrames(t, x, y, in);
+  return t;
+}
+
+// Appends a record to a bare store, nothing computed.
+inline SpotRec& AddRaw(TrackStore& store, const Floats& x, int32_t firstFrame = 0) {
+  SpotRec& t = SetFrames(store[store.NSpots++], x);
+  t.FirstFrame = firstFrame;
+  return t;
+}
+
+// Appends an active track and computes its per-track values as on load.
+inline SpotRec& AddTrack(TMainForm& form, const Floats& x, const Floats& y = {},
+                         const Floats& in = {}, int32_t firstFrame = 0) {
+  const int32_t i = form.Spots.NSpots;
+  SpotRec& t = SetFrames(form.Spots[i], x, y, in);
+  t.FirstFrame = firstFrame;
+  t.Valid = 1;
   form.ComputeTrackValuesOf(i, i + 1);
   form.Spots.NSpots = i + 1;
   return t;
@@ -57,6 +79,19 @@ inline Floats Ramp(int n, double step, double start = 0) {
   for (int k = 0; k < n; ++k) v[k] = static_cast<float>(start + k * step);
   return v;
 }
+
+inline Floats Frames(const FrameArray& values, int32_t n) {
+  return Floats(values.data(), values.data() + n);
+}
+
+// '1' for every active (or selected) track, in store order.
+inline std::string Mask(const TMainForm& form, uint8_t SpotRec::*flag) {
+  std::string mask;
+  for (int32_t i = 0; i < form.Spots.NSpots; ++i) mask += form.Spots[i].*flag ? '1' : '0';
+  return mask;
+}
+inline std::string ValidMask(const TMainForm& form) { return Mask(form, &SpotRec::Valid); }
+inline std::string SelectedMask(const TMainForm& form) { return Mask(form, &SpotRec::Selected); }
 
 // Fixed-seed uniforms in (0, 1) and Box-Muller normals on the engine's raw 32-bit output.
 struct Noise {
@@ -86,6 +121,33 @@ inline XY Walk(Noise& noise, int n, double sd, double drift = 0, double angle = 
 
 inline SpotRec& AddTrack(TMainForm& form, const XY& t, int32_t firstFrame = 0) {
   return AddTrack(form, t.x, t.y, {}, firstFrame);
+}
+
+// A drifting random walk with an intensity step somewhere; `special` puts a NaN (1) or an
+// infinity (2) into a few coordinates and one intensity.
+inline SpotRec RandomSpot(std::mt19937& gen, int n, int special = 0) {
+  std::normal_distribution<float> step(0.0f, 0.08f), noise(0.0f, 8.0f);
+  std::uniform_real_distribution<float> drift(-0.06f, 0.06f);
+  const float vx = drift(gen), vy = drift(gen);
+  const int stepAt = n > 0 ? static_cast<int>(gen() % static_cast<unsigned>(n)) : 0;
+  Floats x(n), y(n), in(n);
+  for (int k = 0; k < n; ++k) {
+    x[k] = (k ? x[k - 1] : 20.0f) + (vx + step(gen));
+    y[k] = (k ? y[k - 1] : 20.0f) + (vy + step(gen));
+    in[k] = (k < stepAt ? 150.0f : 70.0f) + noise(gen);
+  }
+  if (special != 0 && n > 3) {
+    const float value = special == 1 ? NAN : INFINITY;
+    x[n / 3] = y[n / 4] = y[n / 4 + 1] = in[n / 2] = value;
+  }
+  return MakeSpot(x, y, in);
+}
+
+// Selects as a recomputation does and runs one analysis onto a panel.
+inline void RunAnalysis(TMainForm& form, PanelAnalysis analysis, TQVgraph& graph) {
+  form.SelectSpots();
+  AnalysisContext context = form.MakeAnalysisContext();
+  analysis(context, graph);
 }
 
 // The number just after `key` in a note; NaN when the key is missing.

@@ -1,5 +1,7 @@
 #pragma once
 // A chart on the recording canvas over a small matrix, for the graph tests.
+#include <gtest/gtest.h>
+
 #include <vector>
 
 #include "RecordingCanvas.h"
@@ -42,6 +44,11 @@ struct GraphFixture {
       if (op.pen == color) out.push_back(op);
     return out;
   }
+};
+
+// The fixture each graph suite is named after; `g` is its chart.
+struct GraphTest : ::testing::Test, GraphFixture {
+  TQVgraph& g = graph;
 };
 
 // x1, y1, x2, y2 of each operation, one after the other.

@@ -1,6 +1,7 @@
 #pragma once
-// QVI and text files for the store tests, put together byte by byte here (not with the
-// program's own writer), plus a check that the store is still consistent.
+// Files for the tests: temporary paths, whole-file reads and writes, simulated QVI files,
+// and QVI blocks put together byte by byte here (not with the program's own writer), plus a
+// check that the store is still consistent.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -13,6 +14,39 @@
 #include <vector>
 
 #include "app/MainForm.h"
+#include "sim/SimOutput.h"
+#include "sim/Simulator.h"
+
+// A path in a folder of this test process's own.
+inline std::string TempPath(const std::string& name) {
+  static const std::filesystem::path dir = [] {
+    auto d = std::filesystem::temp_directory_path() /
+             ("kinetra-tests-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(d);
+    return d;
+  }();
+  return (dir / name).string();
+}
+
+inline std::string WriteFile(const std::string& name, const std::string& bytes) {
+  const std::string path = TempPath(name);
+  // A new file rather than a truncated one: ext4 flushes a file truncated and rewritten.
+  std::filesystem::remove(path);
+  std::ofstream(path, std::ios::binary) << bytes;
+  return path;
+}
+
+inline std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// A simulated population written as a QVI file.
+inline std::string SimulatedFile(const std::string& name, const PopulationPlan& plan) {
+  const std::string path = TempPath(name);
+  EXPECT_TRUE(WriteSimulatedQvi(path, MakePopulation(plan)));
+  return path;
+}
 
 namespace testfiles {
 
@@ -70,45 +104,17 @@ inline void AddOld(Bytes& b, const Track& t) {
   for (int k = 0; k < t.frames(); ++k) b.Float(t.in[k]).Float(t.x[k]).Float(t.y[k]);
 }
 
-inline std::string TempPath(const std::string& name) {
-  static const std::filesystem::path dir = [] {
-    auto d = std::filesystem::temp_directory_path() /
-             ("kinetra-store-tests-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(d);
-    return d;
-  }();
-  return (dir / name).string();
-}
-
-inline std::string WriteFile(const std::string& name, const std::string& bytes) {
-  const std::string path = TempPath(name);
-  // A new file rather than a truncated one: ext4 flushes a file truncated and rewritten.
-  std::filesystem::remove(path);
-  std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(),
-                                                                 static_cast<std::streamsize>(bytes.size()));
-  return path;
-}
-
-inline std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 // Whatever was read, the store must stay usable by every analysis.
 inline void ExpectStoreConsistent(const TMainForm& form) {
   const TrackStore& store = form.Spots;
-  ASSERT_GE(store.NSpots, 0);
-  ASSERT_LE(store.NSpots, kStoreCapacity);
-  ASSERT_GE(store.NSelected, 0);
-  ASSERT_LE(store.NSelected, store.NSpots);
+  ASSERT_TRUE(store.NSpots >= 0 && store.NSpots <= kStoreCapacity) << store.NSpots;
+  ASSERT_TRUE(store.NSelected >= 0 && store.NSelected <= store.NSpots) << store.NSelected;
   for (int32_t i = 0; i < store.NSpots; ++i) {
     const SpotRec& t = store[i];
     if (!t.Valid) continue;
-    ASSERT_GE(t.NPoints, 0) << "track " << i;
-    ASSERT_LE(t.NPoints, kMaxPoints) << "track " << i;
-    ASSERT_GE(t.Int.size(), t.NPoints + kSpareFrames) << "track " << i;
-    ASSERT_GE(t.X.size(), t.NPoints + kSpareFrames) << "track " << i;
-    ASSERT_GE(t.Y.size(), t.NPoints + kSpareFrames) << "track " << i;
+    ASSERT_TRUE(t.NPoints >= 0 && t.NPoints <= kMaxPoints) << "track " << i << ": " << t.NPoints;
+    for (const FrameArray* a : {&t.Int, &t.X, &t.Y})
+      ASSERT_GE(a->size(), t.NPoints + kSpareFrames) << "track " << i;
   }
 }
 

@@ -1,19 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "TrackBuilders.h"
 #include "stats/DecayFit.h"
 #include "stats/DistancePanels.h"
 #include "store/Numbers.h"
 
-namespace {
 // A track that runs out along X from 0 to `reach` and comes half way back.
-void AddReach(TMainForm& form, float reach) { AddTrack(form, {0, reach, reach / 2}, {5, 5, 5}); }
-}  // namespace
+static void AddReach(TMainForm& form, float r) { AddTrack(form, {0, r, r / 2}, {5, 5, 5}); }
 
 using MaxDistDist = FormTest;
 
@@ -69,19 +60,16 @@ TEST_F(MaxDistDist, ExponentialReachGivesTau) {
   const double tau = NoteNumber(note, "Tau=");
   EXPECT_NEAR(tau, 1.0, 0.05) << note;
   EXPECT_NEAR(NoteNumber(note, ", offRate="), 1 / tau, 0.06) << note;
-  EXPECT_NE(note.find("/µm"), std::string::npos);
-  EXPECT_EQ(g.Notes[1], "");
+  EXPECT_TRUE(note.find("/µm") != std::string::npos && g.Notes[1].empty());
   EXPECT_EQ(g.XTitle + " | " + g.Y0Title, "Absolute Distance (µm) | Number of Objects");
   EXPECT_TRUE(g.Series[1].Style == Bar && g.Series[3].Show && !g.Series[2].Show);
   // The fit row starts at the peak count (bin 0) and falls.
-  EXPECT_EQ(g.Row(3)[0], g.Row(1)[0]);
-  EXPECT_LT(g.Row(3)[20], g.Row(3)[10]);
+  EXPECT_TRUE(g.Row(3)[0] == g.Row(1)[0] && g.Row(3)[20] < g.Row(3)[10]);
   EXPECT_FLOAT_EQ(static_cast<float>(g.LastXval), g.Row(0)[g.DataEnd]);
 
   // Percent only rescales the bins: the same Tau.
   ASSERT_TRUE(form.RunCommand("ShowFreq"));
-  EXPECT_EQ(NoteNumber(g.Notes[0], "Tau="), tau);
-  EXPECT_EQ(g.Y0Title, "Frequency (%)");
+  EXPECT_TRUE(NoteNumber(g.Notes[0], "Tau=") == tau && g.Y0Title == "Frequency (%)");
   double percent = 0;
   for (int i = 0; i < 10000; ++i) percent += g.Row(1)[i];
   EXPECT_NEAR(percent, 100, 1e-3);
@@ -93,7 +81,6 @@ TEST_F(MaxDistDist, ExponentialReachGivesTau) {
   for (float reach : {0.25f, 0.25f, 0.55f}) AddReach(few, reach);
   ASSERT_TRUE(few.RunCommand("L_ShowAbsTrackLenDistr"));
   EXPECT_EQ(few.LeftGraph.Notes[0], "AverDist=0.35µm, Tau=0µm");
-  EXPECT_EQ(few.LeftGraph.DataEnd, 5);
-  EXPECT_FALSE(few.LeftGraph.Series[3].Show);
+  EXPECT_TRUE(few.LeftGraph.DataEnd == 5 && !few.LeftGraph.Series[3].Show);
   EXPECT_FLOAT_EQ(static_cast<float>(few.LeftGraph.LastY0val), 2 * 1.2f);
 }

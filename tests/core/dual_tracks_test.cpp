@@ -1,90 +1,57 @@
 // Dual tracks and binding: pairing of simulated and hand-built tracks, the cut and the
 // binding filter, the gates, and the four exports byte for byte.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdlib>
+#include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "EditTracks.h"
-#include "FakePlatform.h"
-#include "app/MainForm.h"
+#include "StoreTestFiles.h"
+#include "TrackBuilders.h"
 #include "sim/SimOutput.h"
 #include "sim/Simulator.h"
 
-namespace {
-
-std::string TempPath(const std::string& name) {
-  return ::testing::TempDir() + "kinetra_dual_" + std::to_string(::getpid()) + "_" + name;
-}
-
-std::string ReadBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 // `count` empty cells of the Green tables.
-std::string Blank(int count) {
+static std::string Blank(int count) {
   std::string cells;
-  for (int c = 0; c < count; ++c) cells += " \t";
+  while (count-- > 0) cells += " \t";
   return cells;
 }
 
-std::string SelectedMask(const TMainForm& form) {
-  std::string mask;
-  for (int32_t i = 0; i < form.Spots.NSpots; ++i) mask += form.Spots[i].Selected ? '1' : '0';
-  return mask;
-}
-
 // Partner, stretch of slot 0, lone frames before/after, frames to binding.
-std::string PairText(const SpotRec& t) {
+static std::string PairText(const SpotRec& t) {
   return std::to_string(t.Partner) + " " + std::to_string(t.SegStart[0]) + "+" +
          std::to_string(t.SegLen[0]) + " " + std::to_string(t.FramesBefore) + "/" +
          std::to_string(t.FramesAfter) + " " + std::to_string(t.TimeToBind);
 }
 
 // An active track standing still at (x, y).
-SpotRec& AddStill(TMainForm& form, int32_t firstFrame, int32_t n, float x, float y = 5.0f) {
-  return AddEditTrack(form, firstFrame, std::vector<float>(n, x), std::vector<float>(n, y));
+static SpotRec& AddStill(TMainForm& form, int32_t firstFrame, int32_t n, float x, float y = 5.0f) {
+  return AddTrack(form, Floats(n, x), Floats(n, y), {}, firstFrame);
 }
 
-}  // namespace
+using DualTracks = FormTest;
 
-TEST(DualTracks, FindsSimulatedBindingPairs) {
-  FakePlatform platform;
-  TMainForm form(platform);
+TEST_F(DualTracks, FindsSimulatedBindingPairs) {
   form.Format2016 = true;  // the simulator's positions are absolute
   SimRandom random(11);
-  const double dT = form.S.dT;
-
   // Second member starts later; first member starts later; the joint stretch runs to
   // the end of the overlap (an open run at the end of the search); only 9 joint frames.
-  auto pairOf = [&](TrackStart first, int secondFirstFrame, int secondPoints, int jointStart,
-                    int jointFrames) {
-    BindingPlan plan;
-    plan.first = first;
-    plan.secondFirstFrame = secondFirstFrame;
-    plan.secondPoints = secondPoints;
-    plan.jointStart = jointStart;
-    plan.jointFrames = jointFrames;
-    return MakeBindingPair(random, plan, dT);
+  auto pairOf = [&](TrackStart first, int32_t secondFirst, int32_t secondPoints, int32_t joint,
+                    int32_t frames) {
+    return MakeBindingPair(random, {.first = first, .secondFirstFrame = secondFirst,
+                                    .secondPoints = secondPoints, .jointStart = joint,
+                                    .jointFrames = frames},
+                           form.S.dT);
   };
   const BindingPair a = pairOf({120, 0, 10, 10}, 20, 120, 50, 30);
   const BindingPair b = pairOf({100, 30, 30, 10}, 10, 100, 45, 20);
   const BindingPair c = pairOf({80, 0, 10, 30}, 5, 60, 40, 40);  // clipped at frame 65
   const BindingPair d = pairOf({100, 0, 30, 30}, 0, 100, 40, 9);
   ASSERT_EQ(c.jointFrames, 25);
-  const SimTrack lone = MakeBrownianTrack(random, {100, 0, 45, 45}, 0.05, dT);
+  const SimTrack lone = MakeBrownianTrack(random, {100, 0, 45, 45}, 0.05, form.S.dT);
   // Index order: the member found first searches. Pair c's second member comes first.
-  const std::vector<SimTrack> tracks = {a.first, b.first, lone, c.second, d.first,
-                                        a.second, b.second, c.first, d.second};
-  ASSERT_EQ(AddSimulatedTracks(form.Spots, tracks, nullptr), 9);
+  ASSERT_EQ(AddSimulatedTracks(form.Spots, {a.first, b.first, lone, c.second, d.first, a.second,
+                                            b.second, c.first, d.second},
+                               nullptr),
+            9);
   form.ComputeTrackValuesOf(0, form.Spots.NSpots);
   form.Spots[2].SegStart[3] = 7;  // left over from earlier: every track's stretch is cleared
   form.Spots[2].FramesBefore = 9;
@@ -93,11 +60,9 @@ TEST(DualTracks, FindsSimulatedBindingPairs) {
 
   ASSERT_TRUE(form.RunCommand("FindDualTracks"));
   EXPECT_EQ(platform.messages, std::vector<std::string>{"3"});
-  EXPECT_TRUE(form.DualsFound);
-  EXPECT_EQ(ValidMask(form), "110101110");
-  EXPECT_EQ(form.Spots.NSelected, 6);
-  EXPECT_EQ(form.Spots[2].Partner, -1);
-  EXPECT_EQ(form.Spots[2].SegStart[3] + form.Spots[2].FramesBefore, 0);
+  EXPECT_TRUE(form.DualsFound && ValidMask(form) == "110101110" && form.Spots.NSelected == 6);
+  EXPECT_EQ(PairText(form.Spots[2]) + " " + std::to_string(form.Spots[2].SegStart[3]),
+            "-1 0+0 0/0 0 0");
 
   // Expected values from frame numbers: the stretch is the joint frames J .. J+L-1; an
   // open run starts one point early, which also costs a frame before and gives none after.
@@ -106,22 +71,21 @@ TEST(DualTracks, FindsSimulatedBindingPairs) {
     const BindingPair& pair;
     bool open;
   };
-  const Expect expects[] = {{0, 5, a, false}, {1, 6, b, false}, {3, 7, c, true}};
-  for (const Expect& e : expects) {
+  for (const Expect& e : {Expect{0, 5, a, false}, Expect{1, 6, b, false}, Expect{3, 7, c, true}}) {
     SCOPED_TRACE(e.searcher);
     const SpotRec& s = form.Spots[e.searcher];
     const SpotRec& p = form.Spots[e.partner];
     const int J = e.pair.jointStart, L = e.pair.jointFrames, early = e.open ? 1 : 0;
     const int endS = s.FirstFrame + s.NPoints, endP = p.FirstFrame + p.NPoints;
-    EXPECT_EQ(s.Partner, e.partner);
-    EXPECT_EQ(s.SegStart[0], J - s.FirstFrame - early);
-    EXPECT_EQ(s.SegLen[0], L);
-    for (int k = 1; k < kMaxSegments; ++k) EXPECT_EQ(s.SegLen[k] + s.SegStart[k], 0);
-    EXPECT_EQ(s.FramesBefore, J - std::max(s.FirstFrame, p.FirstFrame) - early);
-    EXPECT_EQ(s.FramesAfter, e.open ? 0 : std::min(endS, endP) - (J + L) - 1);
-    EXPECT_EQ(s.TimeToBind, std::abs(p.FirstFrame - s.FirstFrame) / 2 + s.FramesBefore);
+    const int before = J - std::max(s.FirstFrame, p.FirstFrame) - early;
     // The offset is remembered only when the stretch closes inside the overlap.
-    EXPECT_EQ(s.PairOffset, e.open ? 0 : p.FirstFrame - s.FirstFrame);
+    EXPECT_EQ((std::vector<int>{s.Partner, s.SegStart[0], s.SegLen[0], s.FramesBefore,
+                                s.FramesAfter, s.TimeToBind, s.PairOffset}),
+              (std::vector<int>{e.partner, J - s.FirstFrame - early, L, before,
+                                e.open ? 0 : std::min(endS, endP) - (J + L) - 1,
+                                std::abs(p.FirstFrame - s.FirstFrame) / 2 + before,
+                                e.open ? 0 : p.FirstFrame - s.FirstFrame}));
+    for (int k = 1; k < kMaxSegments; ++k) EXPECT_EQ(s.SegLen[k] + s.SegStart[k], 0);
     EXPECT_EQ(PairText(p), std::to_string(e.searcher) + " 0+0 0/0 0");
   }
   // By hand for pair a: stretch at point 50 of 30 points, 30 lone frames after frame 20,
@@ -129,154 +93,122 @@ TEST(DualTracks, FindsSimulatedBindingPairs) {
   EXPECT_EQ(PairText(form.Spots[0]), "5 50+30 30/39 40");
 }
 
-TEST(DualTracks, RunAndCandidateRules) {
+TEST_F(DualTracks, RunAndCandidateRules) {
   // Track 0 at (1.0, 0.5) from its header position; track 1 0.1 um away by its own X only,
-  // over the last 10 (or 9) frames of track 0.
-  auto pairForm = [](FakePlatform& platform, int closeFrames, bool format2016) {
-    auto form = std::make_unique<TMainForm>(platform);
-    SpotRec& t0 = AddStill(*form, 0, 15, 0.0f, 0.0f);
-    t0.PosX = 10;
-    t0.PosY = 5;
-    AddStill(*form, 15 - closeFrames, closeFrames, 1.1f, 0.5f);
-    form->Format2016 = format2016;
-    form->UpdateAnalysis();
-    form->RunCommand("FindDualTracks");
-    return form;
-  };
-  {
+  // over the last 10 (or 9) frames of track 0. The run is still open at the end: it starts
+  // at the last close index (14) minus 10; 4 - offset 5 frames before, 5 / 2 - 1 to binding.
+  for (auto [closeFrames, format2016, result] :
+       {std::tuple{10, false, "1 4+10 -1/0 1"}, {9, false, ""}, {10, true, ""}}) {
+    SCOPED_TRACE(closeFrames + 100 * format2016);
     FakePlatform platform;
-    auto form = pairForm(platform, 10, false);
-    EXPECT_EQ(platform.messages, std::vector<std::string>{"1"});
-    // The run is still open at the end: it starts at the last close index (14) minus 10;
-    // 4 - offset 5 frames before, 5 / 2 - 1 to binding.
-    EXPECT_EQ(PairText(form->Spots[0]), "1 4+10 -1/0 1");
-    EXPECT_EQ(ValidMask(*form), "11");
+    TMainForm form(platform);
+    SpotRec& t0 = AddStill(form, 0, 15, 0.0f, 0.0f);
+    t0.PosX = 10, t0.PosY = 5;
+    AddStill(form, 15 - closeFrames, closeFrames, 1.1f, 0.5f);
+    form.Format2016 = format2016;
+    form.UpdateAnalysis();
+    form.RunCommand("FindDualTracks");
+    EXPECT_EQ(platform.messages, std::vector<std::string>{*result ? "1" : "0"});
+    EXPECT_EQ(ValidMask(form), *result ? "11" : "00");
+    EXPECT_EQ(*result ? PairText(form.Spots[0]) : "", result);
+    EXPECT_TRUE(form.DualsFound && form.Spots.NSelected == (*result ? 2 : 0));
   }
-  for (auto [closeFrames, format2016] : {std::pair{9, false}, std::pair{10, true}}) {
-    FakePlatform platform;
-    auto form = pairForm(platform, closeFrames, format2016);
-    EXPECT_EQ(platform.messages, std::vector<std::string>{"0"});
-    EXPECT_EQ(ValidMask(*form), "00");
-    EXPECT_TRUE(form->DualsFound);
-    EXPECT_EQ(form->Spots.NSelected, 0);
-  }
+}
 
+TEST_F(DualTracks, OnlyTheFirstRunOfACandidateCounts) {
   // Track 0 meets: an inactive track close all along (not selected, never a candidate), a
   // track close for 5 frames only (leaves nothing), then one close for 12 frames, apart
   // for one, and close again (the first run is the stretch; the second is not counted).
-  FakePlatform platform;
-  TMainForm form(platform);
   form.Format2016 = true;
   AddStill(form, 0, 30, 5.0f);
   AddStill(form, 0, 30, 5.0f).Valid = 0;
-  std::vector<float> briefly(30, 7.0f), twice(30, 5.1f);
-  for (int j = 0; j < 5; ++j) briefly[j] = 5.05f;
+  Floats briefly(30, 7.0f), twice(30, 5.1f);
+  std::fill(briefly.begin(), briefly.begin() + 5, 5.05f);
   twice[0] = twice[1] = twice[14] = 6.0f;
-  AddEditTrack(form, 0, briefly, std::vector<float>(30, 5.0f));
-  AddEditTrack(form, 0, twice, std::vector<float>(30, 5.0f));
+  AddTrack(form, briefly, Floats(30, 5.0f));
+  AddTrack(form, twice, Floats(30, 5.0f));
   form.UpdateAnalysis();
   ASSERT_TRUE(form.RunCommand("FindDualTracks"));
   EXPECT_EQ(platform.messages, std::vector<std::string>{"1"});
   EXPECT_EQ(ValidMask(form), "1001");
-  EXPECT_EQ(PairText(form.Spots[0]), "3 2+12 2/15 2");  // 30 - 14 - 1 after
-  EXPECT_EQ(form.Spots[0].SegLen[1], 0);
+  EXPECT_EQ(PairText(form.Spots[0]) + " " + std::to_string(form.Spots[0].SegLen[1]),
+            "3 2+12 2/15 2 0");  // 30 - 14 - 1 after; the second run not counted
   EXPECT_EQ(PairText(form.Spots[2]), "-1 0+0 0/0 0");
 
   // Show Fused Tracks opens the viewer on the first selected track of a pair.
   form.CurSpot = 2;
   ASSERT_TRUE(form.RunCommand("ShowFusedTracks"));
-  EXPECT_EQ(form.CurSpot, 0);
-  EXPECT_EQ(platform.viewerShown, 1);
+  EXPECT_TRUE(form.CurSpot == 0 && platform.viewerShown == 1);
 }
 
-TEST(DualTracks, CutAndBindingFilter) {
-  FakePlatform platform;
-  TMainForm form(platform);
+TEST_F(DualTracks, CutAndBindingFilter) {
   form.DualsFound = true;
-  SpotRec& cut = AddEditTrack(form, 100, {10, 11, 12, 13, 14, 15, 16, 17}, {},
-                              {0, 1, 2, 3, 4, 5, 6, 7});
-  cut.SegStart[0] = 2;
-  cut.SegLen[0] = 3;
-  AddEditTrack(form, 0, {1, 2, 3});  // no stretch: removed
+  SpotRec& cut = AddTrack(form, {10, 11, 12, 13, 14, 15, 16, 17}, {}, {0, 1, 2, 3, 4, 5, 6, 7}, 100);
+  cut.SegStart[0] = 2, cut.SegLen[0] = 3;
+  AddTrack(form, {1, 2, 3});  // no stretch: removed
   // An open run from the first point starts at -1: the missing point repeats the first.
-  SpotRec& early = AddEditTrack(form, 50, {1, 2, 3, 4}, {}, {1, 2, 3, 4});
-  early.SegStart[0] = -1;
-  early.SegLen[0] = 4;
+  SpotRec& early = AddTrack(form, {1, 2, 3, 4}, {}, {1, 2, 3, 4}, 50);
+  early.SegStart[0] = -1, early.SegLen[0] = 4;
   ASSERT_TRUE(form.RunCommand("LeaveDualsPartsOnly"));
-  EXPECT_EQ(ValidMask(form), "101");
-  EXPECT_EQ(cut.NPoints, 3);
-  EXPECT_EQ(cut.FirstFrame, 102);
-  EXPECT_EQ(Frames(cut.Int, 3), (std::vector<float>{2, 3, 4}));
-  EXPECT_EQ(Frames(cut.X, 3), (std::vector<float>{12, 13, 14}));
-  EXPECT_EQ(Frames(early.Int, 4), (std::vector<float>{1, 1, 2, 3}));
-  EXPECT_EQ(early.FirstFrame, 49);
+  EXPECT_TRUE(ValidMask(form) == "101" && cut.NPoints == 3 && cut.FirstFrame == 102);
+  EXPECT_EQ(Frames(cut.Int, 3), (Floats{2, 3, 4}));
+  EXPECT_EQ(Frames(cut.X, 3), (Floats{12, 13, 14}));
+  EXPECT_TRUE(Frames(early.Int, 4) == (Floats{1, 1, 2, 3}) && early.FirstFrame == 49);
   // Again with the stale stretch: points 2..4 of the cut track's array, past its new end.
   ASSERT_TRUE(form.RunCommand("LeaveDualsPartsOnly"));
-  EXPECT_EQ(Frames(cut.Int, 3), (std::vector<float>{4, 3, 4}));
-  EXPECT_EQ(cut.FirstFrame, 104);
-  EXPECT_TRUE(platform.messages.empty());
+  EXPECT_EQ(Frames(cut.Int, 3), (Floats{4, 3, 4}));
+  EXPECT_TRUE(cut.FirstFrame == 104 && platform.messages.empty());
 
-  // Dynamic Binding: 3 and 3 keeps the searcher and brings its partner back; 3 and 2 drops
-  // both; an inactive searcher stays out and does not revive its partner.
-  FakePlatform platform2;
-  TMainForm binding(platform2);
-  binding.DualsFound = true;
-  for (int k = 0; k < 6; ++k) AddEditTrack(binding, 0, {1, 2, 3});
-  auto pair = [&](int s, int p, int before, int after) {
-    SpotRec& t = binding.Spots[s];
-    t.Partner = p;
-    binding.Spots[p].Partner = s;
-    t.SegLen[0] = 10;
-    t.FramesBefore = before;
-    t.FramesAfter = after;
-  };
-  pair(0, 1, 3, 3);
-  pair(2, 3, 3, 2);
-  pair(4, 5, 5, 5);
-  binding.Spots[4].Valid = 0;
-  ASSERT_TRUE(binding.RunCommand("DynamicBinding"));
-  EXPECT_EQ(ValidMask(binding), "110000");
-  EXPECT_EQ(binding.Spots[0].SegLen[0], 10);
-  EXPECT_EQ(binding.Spots[2].SegLen[0], 0);
-  EXPECT_EQ(binding.Spots[4].SegLen[0], 10);
 }
 
-TEST(DualTracks, GatesCancelAndUnwritableFiles) {
-  FakePlatform platform;
-  TMainForm form(platform);
+TEST_F(DualTracks, DynamicBindingNeedsThreeLoneFramesEachSide) {
+  // 3 and 3 keeps the searcher and brings its partner back; 3 and 2 drops both; an
+  // inactive searcher stays out and does not revive its partner.
+  form.DualsFound = true;
+  for (int k = 0; k < 6; ++k) AddTrack(form, {1, 2, 3});
+  for (auto [s, p, before, after] : {std::array{0, 1, 3, 3}, {2, 3, 3, 2}, {4, 5, 5, 5}}) {
+    SpotRec& t = form.Spots[s];
+    t.Partner = p, form.Spots[p].Partner = s;
+    t.SegLen[0] = 10, t.FramesBefore = before, t.FramesAfter = after;
+  }
+  form.Spots[4].Valid = 0;
+  ASSERT_TRUE(form.RunCommand("DynamicBinding"));
+  EXPECT_EQ(ValidMask(form), "110000");
+  EXPECT_EQ((std::vector<int32_t>{form.Spots[0].SegLen[0], form.Spots[2].SegLen[0],
+                                  form.Spots[4].SegLen[0]}),
+            (std::vector<int32_t>{10, 0, 10}));
+}
+
+TEST_F(DualTracks, GatesCancelAndUnwritableFiles) {
   form.Format2016 = true;
   // Close at points 4..19 of 30: 4 lone frames before, 9 after.
-  std::vector<float> partnerX(30, 6.0f);
-  for (int j = 4; j < 20; ++j) partnerX[j] = 5.1f;
+  Floats partnerX(30, 6.0f);
+  std::fill(partnerX.begin() + 4, partnerX.begin() + 20, 5.1f);
   AddStill(form, 0, 30, 5.0f);
-  AddEditTrack(form, 0, partnerX, std::vector<float>(30, 5.0f));
+  AddTrack(form, partnerX, Floats(30, 5.0f));
   AddStill(form, 0, 30, 9.0f);
   form.UpdateAnalysis();
 
-  const char* gated[] = {"LeaveDualsPartsOnly",   "DynamicBinding",
-                         "SaveTimeBeforeBinding", "SaveBoundTime",
-                         "SaveGreenBindingSpots", "SaveGreenSplittingSpots"};
-  for (const char* name : gated) ASSERT_TRUE(form.RunCommand(name));
+  const char* exports[] = {"SaveTimeBeforeBinding", "SaveBoundTime", "SaveGreenBindingSpots",
+                           "SaveGreenSplittingSpots"};
+  ASSERT_TRUE(form.RunCommand("LeaveDualsPartsOnly"));
+  ASSERT_TRUE(form.RunCommand("DynamicBinding"));
+  for (const char* name : exports) ASSERT_TRUE(form.RunCommand(name));
   const std::string exportGate = "Click 'dual tracks' in 'Actions' first";
   EXPECT_EQ(platform.messages, (std::vector<std::string>{"Do 'Find Dual Tracks' first",
                                                          "Do \"Find Dual Tracks\" first",
                                                          exportGate, exportGate, exportGate,
                                                          exportGate}));
-  EXPECT_TRUE(platform.dialogs.empty());
-  EXPECT_EQ(ValidMask(form), "111");
-  EXPECT_EQ(form.Spots[0].NPoints, 30);
+  EXPECT_TRUE(platform.dialogs.empty() && ValidMask(form) == "111" && form.Spots[0].NPoints == 30);
 
   ASSERT_TRUE(form.RunCommand("FindDualTracks"));
   ASSERT_EQ(platform.messages.back(), "1");
   ASSERT_EQ(PairText(form.Spots[0]), "1 4+16 4/9 4");
-  ASSERT_EQ(ValidMask(form), "110");
-  ASSERT_EQ(SelectedMask(form), "110");
+  ASSERT_EQ(ValidMask(form) + SelectedMask(form), "110110");
   platform.messages.clear();
 
   // Cancelled, not openable, not writable: nothing changes, nothing is said. A full
   // disk shows only at the close; the time exports then put the flags back.
-  const char* exports[] = {"SaveTimeBeforeBinding", "SaveBoundTime", "SaveGreenBindingSpots",
-                           "SaveGreenSplittingSpots"};
   const std::string missing = TempPath("no-such-dir/x.txt");
   const bool haveFull = std::filesystem::exists("/dev/full");
   for (const char* name : exports) {
@@ -286,115 +218,79 @@ TEST(DualTracks, GatesCancelAndUnwritableFiles) {
     if (haveFull) platform.saveAnswers.push_back("/dev/full");
     const int repaints = platform.repaints;
     for (size_t k = 0; k < (haveFull ? 3u : 2u); ++k) ASSERT_TRUE(form.RunCommand(name));
-    EXPECT_EQ(ValidMask(form), "110");
-    EXPECT_EQ(SelectedMask(form), "110");
+    EXPECT_EQ(ValidMask(form) + SelectedMask(form), "110110");
     EXPECT_EQ(platform.repaints, repaints);
     ASSERT_FALSE(platform.dialogs.empty());
     const FileDialog& dialog = platform.dialogs[0];
-    EXPECT_EQ(dialog.title, "Save Distributions as TXT");
-    EXPECT_EQ(dialog.filter, "Data as TXT (for Excel) |*.txt");
-    EXPECT_EQ(dialog.defaultExt, "txt");
+    EXPECT_EQ(dialog.title + "|" + dialog.filter + "|" + dialog.defaultExt,
+              "Save Distributions as TXT|Data as TXT (for Excel) |*.txt|txt");
     EXPECT_TRUE(dialog.promptOverwrite);
   }
-  EXPECT_TRUE(platform.messages.empty());
-  EXPECT_FALSE(std::filesystem::exists(missing));
+  EXPECT_TRUE(platform.messages.empty() && !std::filesystem::exists(missing));
 }
 
-namespace {
-
-// A hand-built store after pairing, with every field the exports read set directly.
-//   0: searcher of 1, 11 frames to binding, stretch 20 (before 4, after 6)
-//   2: partner of 3, which is the searcher of the pair (the lower index is handled first)
-//   4: searcher of 5, before 2 (no time before binding), after 3, stretch 7
-void AddExportPairs(TMainForm& form) {
-  form.DualsFound = true;
-  for (int k = 0; k < 6; ++k) AddEditTrack(form, 0, {1, 2, 3});
-  auto set = [&](int i, int partner, int segLen, int before, int after, int toBind,
-                 float averInt, int posX, int posY) {
-    SpotRec& t = form.Spots[i];
-    t.Partner = partner;
-    t.SegLen[0] = segLen;
-    t.FramesBefore = before;
-    t.FramesAfter = after;
-    t.TimeToBind = toBind;
-    t.AverInt = averInt;
-    t.PosX = posX;
-    t.PosY = posY;
-  };
-  set(0, 1, 20, 4, 6, 11, 57.9f, 123, 45);
-  set(1, 0, 0, 0, 0, 0, 80.0f, 1, 1);
-  set(2, 3, 0, 0, 0, 0, 80.0f, 1, 1);
-  set(3, 2, 10, 5, 5, 9, 80.0f, 1, 1);
-  set(4, 5, 7, 2, 3, 5, 100.2f, -7, 8);
-  set(5, 4, 0, 0, 0, 0, 80.0f, 1, 1);
-  form.UpdateAnalysis();
-}
-
-}  // namespace
-
-TEST(DualTracks, TimeExportsByteForByte) {
+TEST_F(DualTracks, TimeExportsByteForByte) {
+  // A hand-built store after pairing, with every field the exports read set directly:
+  //   0: searcher of 1, 11 frames to binding, stretch 20 (before 4, after 6)
+  //   2: partner of 3, which is the searcher of the pair (the lower index is handled first)
+  //   4: searcher of 5, before 2 (no time before binding), after 3, stretch 7
   // dT 0.03: 11 frames are 0.32999999999999996 s, truncated to 0.329; 20 and 7 frames
   // come to 600 and 210 ms exactly.
-  struct Case {
-    const char* command;
-    std::string text;
-    std::string valid;
-  } cases[] = {
-      {"SaveTimeBeforeBinding", "\n0.329\t57\t0.0\t57\t0\t0.0\t0.0\t10.0\t10.0\t123\t45\n",
-       "100000"},
+  const std::pair<const char*, std::string> cases[] = {
+      {"SaveTimeBeforeBinding", "\n0.329\t57\t0.0\t57\t0\t0.0\t0.0\t10.0\t10.0\t123\t45\n"},
       {"SaveBoundTime",
        "\n0.6\t57\t0.0\t57\t0\t0.0\t0.0\t10.0\t10.0\t123\t45\n"
-       "0.21\t100\t0.0\t100\t0\t0.0\t0.0\t10.0\t10.0\t-7\t8\n",
-       "100010"},
+       "0.21\t100\t0.0\t100\t0\t0.0\t0.0\t10.0\t10.0\t-7\t8\n"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.command);
+  for (const auto& [command, text] : cases) {
+    SCOPED_TRACE(command);
     FakePlatform platform;
     TMainForm form(platform);
-    AddExportPairs(form);
+    form.DualsFound = true;
+    const struct {
+      int partner, segLen, before, after, toBind;
+      float averInt;
+      int posX, posY;
+    } fields[] = {{1, 20, 4, 6, 11, 57.9f, 123, 45}, {0, 0, 0, 0, 0, 80, 1, 1},
+                  {3, 0, 0, 0, 0, 80, 1, 1},         {2, 10, 5, 5, 9, 80, 1, 1},
+                  {5, 7, 2, 3, 5, 100.2f, -7, 8},    {4, 0, 0, 0, 0, 80, 1, 1}};
+    for (const auto& f : fields) {
+      SpotRec& t = AddTrack(form, {1, 2, 3});
+      t.Partner = f.partner, t.SegLen[0] = f.segLen, t.FramesBefore = f.before;
+      t.FramesAfter = f.after, t.TimeToBind = f.toBind, t.AverInt = f.averInt;
+      t.PosX = f.posX, t.PosY = f.posY;
+    }
+    form.UpdateAnalysis();
     ASSERT_EQ(ValidMask(form), "111111");
-    const std::string path = TempPath(std::string(c.command) + ".txt");
+    const std::string path = TempPath(std::string(command) + ".txt");
     platform.saveAnswers = {path};
     const int repaints = platform.repaints;
-    ASSERT_TRUE(form.RunCommand(c.command));
-    EXPECT_EQ(ReadBytes(path), c.text);
-    EXPECT_EQ(ValidMask(form), c.valid);
-    EXPECT_EQ(SelectedMask(form), c.valid);
-    EXPECT_GT(platform.repaints, repaints);  // recomputed
-    EXPECT_TRUE(platform.messages.empty());
+    ASSERT_TRUE(form.RunCommand(command));
+    EXPECT_EQ(ReadFile(path), text);
+    const std::string valid = command == cases[0].first ? "100000" : "100010";
+    EXPECT_EQ(ValidMask(form) + SelectedMask(form), valid + valid);
+    EXPECT_TRUE(platform.repaints > repaints && platform.messages.empty());  // recomputed
     std::filesystem::remove(path);
   }
 }
 
-TEST(DualTracks, GreenExportsByteForByte) {
-  FakePlatform platform;
-  TMainForm form(platform);
+TEST_F(DualTracks, GreenExportsByteForByte) {
   form.DualsFound = true;
   // 0: no stretch slot past 0 (the splitting point starts at 0), nothing before binding;
   // a small negative intensity cuts to "0", not "-0".
-  AddEditTrack(form, 0, {0, 0, 0, 0, 0}, {}, {21, 22, 23, 24, -0.004f});
+  AddTrack(form, Floats(5), {}, {21, 22, 23, 24, -0.004f});
   // 1: binding at point 1, splitting after point 2 (slot 0: 1 + 2).
-  SpotRec& g = AddEditTrack(form, 0, std::vector<float>(8, 0.0f), {},
-                            {1.5f, 2.25f, 101.237f, 7, -3.456f, 0, 12, 13});
-  g.SegStart[0] = 1;
-  g.SegLen[0] = 2;
-  g.FramesBefore = 3;
+  SpotRec& g = AddTrack(form, Floats(8), {}, {1.5f, 2.25f, 101.237f, 7, -3.456f, 0, 12, 13});
+  g.SegStart[0] = 1, g.SegLen[0] = 2, g.FramesBefore = 3;
   // 2: second half, 3: inactive: never written.
-  AddEditTrack(form, 0, std::vector<float>(8, 0.0f)).SecondHalf = 1;
-  AddEditTrack(form, 0, std::vector<float>(8, 0.0f)).Valid = 0;
+  AddTrack(form, Floats(8)).SecondHalf = 1;
+  AddTrack(form, Floats(8)).Valid = 0;
   form.Spots[2].FramesBefore = form.Spots[3].FramesBefore = 5;
   // 4: no slot past 0 again: splits where track 1 did; two lone frames are not enough
   // to bind. 5: binds at point 30, so its first five points fall before column 0.
-  AddEditTrack(form, 0, std::vector<float>(10, 0.0f), {},
-               {0, 10, 20, 30, 40, 50, 60, 70, 80, 90})
-      .FramesBefore = 2;
-  std::vector<float> ramp(40);
-  for (int k = 0; k < 40; ++k) ramp[k] = static_cast<float>(k);
-  SpotRec& late = AddEditTrack(form, 0, std::vector<float>(40, 0.0f), {}, ramp);
-  late.SegStart[0] = 30;
-  late.SegStart[1] = 35;
-  late.SegLen[1] = 2;
-  late.FramesBefore = 3;
+  AddTrack(form, Floats(10), {}, Ramp(10, 10)).FramesBefore = 2;
+  SpotRec& late = AddTrack(form, Floats(40), {}, Ramp(40, 1));
+  late.SegStart[0] = 30, late.SegStart[1] = 35, late.SegLen[1] = 2, late.FramesBefore = 3;
   form.UpdateAnalysis();
   const std::string valid = ValidMask(form);
   const int repaints = platform.repaints;
@@ -414,11 +310,10 @@ TEST(DualTracks, GreenExportsByteForByte) {
   platform.saveAnswers = {bindingPath, splittingPath};
   ASSERT_TRUE(form.RunCommand("SaveGreenBindingSpots"));
   ASSERT_TRUE(form.RunCommand("SaveGreenSplittingSpots"));
-  EXPECT_EQ(ReadBytes(bindingPath), binding);
-  EXPECT_EQ(ReadBytes(splittingPath), splitting);
-  EXPECT_EQ(ValidMask(form), valid);
-  EXPECT_EQ(platform.repaints, repaints);  // read only: no recomputation
-  EXPECT_TRUE(platform.messages.empty());
+  EXPECT_EQ(ReadFile(bindingPath), binding);
+  EXPECT_EQ(ReadFile(splittingPath), splitting);
+  // Read only: no recomputation.
+  EXPECT_TRUE(ValidMask(form) == valid && platform.repaints == repaints && platform.messages.empty());
   std::filesystem::remove(bindingPath);
   std::filesystem::remove(splittingPath);
 }

@@ -1,35 +1,26 @@
 // The text exports byte for byte against text written out by hand (the micro sign as the
 // single byte 0xB5, TABs before line ends, empty first lines), the truncation messages and
 // the 2000 limits, the dialog and file handling of the commands, and the CSV.
-#include <gtest/gtest.h>
 #include <stdlib.h>  // gcvt
-#include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <random>
-#include <string>
-#include <vector>
 
+#include "StoreTestFiles.h"
 #include "TrackBuilders.h"
 #include "edit/TextExport.h"
 #include "store/Numbers.h"
-
-namespace {
 
 using Texts = std::vector<std::string>;
 const std::string kX = "X(\xB5m)";
 const std::string kY = "Y(\xB5m)";
 
-std::string Repeat(const std::string& text, int n) {
+static std::string Repeat(const std::string& text, int n) {
   std::string out;
   while (n-- > 0) out += text;
   return out;
 }
 
-Texts Lines(const std::string& text) {
+static Texts Lines(const std::string& text) {
   Texts lines;
   size_t start = 0;
   for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
@@ -43,20 +34,15 @@ struct ExportForm {
   TMainForm form{platform};
   std::string path;
 
-  ExportForm() {
-    path = ::testing::TempDir() + "kinetra-export-" + std::to_string(getpid()) + "-" +
-           ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".txt";
-    form.S.dT = 0.25;
-  }
+  ExportForm() : path(TempPath("export.txt")) { form.S.dT = 0.25; }
   ~ExportForm() { std::filesystem::remove(path); }
 
   // Runs a command that saves to the file; the file's bytes, or "<no file>".
-  std::string Run(const std::string& command) {
+  std::string Save(const std::string& command) {
     std::filesystem::remove(path);
     platform.saveAnswers.push_back(path);
     EXPECT_TRUE(form.RunCommand(command)) << command;
-    std::ifstream in(path, std::ios::binary);
-    return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "<no file>";
+    return std::filesystem::exists(path) ? ReadFile(path) : "<no file>";
   }
 
   // A selected track with these frames.
@@ -79,9 +65,10 @@ struct ExportForm {
   }
 };
 
-}  // namespace
+// The fixture is one such window; a test that needs a second makes its own.
+struct Exports : ::testing::Test, ExportForm {};
 
-TEST(ExportNumbers, GeneralFormIsGcvtAndTruncationGoesTowardZero) {
+TEST_F(Exports, GeneralFormIsGcvtAndTruncationGoesTowardZero) {
   EXPECT_EQ(FormatG(100000, 5) + " " + FormatG(99999, 5) + " " + FormatG(123456, 5) + " " +
                 FormatG(1e-5, 5) + " " + FormatG(3.14159, 4),
             "1e+05 99999 1.2346e+05 1e-05 3.142");
@@ -103,10 +90,9 @@ TEST(ExportNumbers, GeneralFormIsGcvtAndTruncationGoesTowardZero) {
       "0 0.008 0.449");
 }
 
-TEST(PanelExport, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
-  ExportForm f;
-  TQVgraph& left = f.form.LeftGraph;
-  TQVgraph& right = f.form.RightGraph;
+TEST_F(Exports, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
+  TQVgraph& left = form.LeftGraph;
+  TQVgraph& right = form.RightGraph;
   for (int s = 1; s <= kMaxSeries; ++s) left.Series[s].Show = right.Series[s].Show = false;
   left.SeriesCount = 1;  // the left panel offers five series whatever its count
   left.Series[1].Show = left.Series[3].Show = left.Series[6].Show = true, left.DataEnd = 3;
@@ -128,44 +114,41 @@ TEST(PanelExport, BothPanelsByRowWithTheMsdRowSkippedAndNeverReset) {
   // X + 1e-8: 0 becomes 1e-08, 99999.5 rounds up to 1e+05.
   const std::string rightRows[] = {"1e-08\t7\n", "0.1\t8\n", "1e+05\t9\n"};
 
-  f.form.Menu.SetChecked("L_ShowDlat", true);
-  f.form.Menu.SetChecked("R_ShowDlat", true);
-  EXPECT_EQ(f.Run("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] + rightHead +
+  form.Menu.SetChecked("L_ShowDlat", true);
+  form.Menu.SetChecked("R_ShowDlat", true);
+  EXPECT_EQ(Save("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] + rightHead +
                                         rightRows[0] + rightRows[1] + rightRows[2]);
-  f.form.Menu.SetChecked("R_ShowMSD", true);
-  EXPECT_EQ(f.Run("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] + rightHead +
+  form.Menu.SetChecked("R_ShowMSD", true);
+  EXPECT_EQ(Save("SaveDistAsTXT"), leftHead + leftRows[0] + leftRows[1] + leftRows[2] + rightHead +
                                         rightRows[1] + rightRows[2]);
   // The left MSD panel: both sections start at row 1, the right one on a histogram too.
-  f.form.Menu.SetChecked("L_ShowMSD", true);
-  f.form.Menu.SetChecked("R_ShowDlat", true);
-  EXPECT_EQ(f.Run("SaveDistAsTXT"),
+  form.Menu.SetChecked("L_ShowMSD", true);
+  form.Menu.SetChecked("R_ShowDlat", true);
+  EXPECT_EQ(Save("SaveDistAsTXT"),
             leftHead + leftRows[1] + leftRows[2] + rightHead + rightRows[1] + rightRows[2]);
-  EXPECT_TRUE(f.platform.messages.empty());
-  EXPECT_EQ(f.platform.dialogs.back().filter, "Data as TXT (for Excel) |*.txt");
-  EXPECT_EQ(f.platform.dialogs.back().defaultExt, "txt");
+  EXPECT_TRUE(platform.messages.empty());
+  EXPECT_EQ(platform.dialogs.back().filter + "|" + platform.dialogs.back().defaultExt,
+            "Data as TXT (for Excel) |*.txt|txt");
 }
 
-TEST(TrackExport, RowLayoutPerModeWithTimeLine) {
-  ExportForm f;
-  f.AddThreeAndFive();
-  f.SetToggles(false, true);
+TEST_F(Exports, TrackRowLayoutPerModeWithTimeLine) {
+  AddThreeAndFive();
+  SetToggles(false, true);
   const std::string x1 = kX + "\t1.5\t-0.001\t2\n", y1 = kY + "\t0\t10.25\t3\n",
                     i1 = "Int(AU)\t123.4\t99.9\t7\n";
   const std::string x2 = kX + "\t0\t1\t2\t3\t4\n", y2 = kY + "\t0\t0.5\t1\t1.5\t2\n",
                     i2 = "Int(AU)\t10\t20\t30\t40\t50\n";
-  EXPECT_EQ(f.Run("SaveXYIntData"),
+  EXPECT_EQ(Save("SaveXYIntData"),
             "Time(s)\t0\t0.25\t0.5\t0.75\t1\t\n" + x1 + y1 + i1 + x2 + y2 + i2);
-  f.SetToggles(false, false);
-  EXPECT_EQ(f.Run("SaveXYdata"), x1 + y1 + x2 + y2);
-  EXPECT_EQ(f.Run("SaveIntensityData"), i1 + i2);
-  EXPECT_TRUE(f.platform.messages.empty());
+  SetToggles(false, false);
+  EXPECT_EQ(Save("SaveXYdata"), x1 + y1 + x2 + y2);
+  EXPECT_TRUE(Save("SaveIntensityData") == i1 + i2 && platform.messages.empty());
 }
 
-TEST(TrackExport, ColumnLayoutCollapsesEndedTracksButKeepsBlankIntensities) {
-  ExportForm f;
-  f.AddThreeAndFive();
-  f.SetToggles(true, true);
-  EXPECT_EQ(f.Run("SaveXYIntData"), "Time(s)\t" + kX + "\t" + kY + "\tInt(AU)\t" + kX + "\t" + kY +
+TEST_F(Exports, TrackColumnLayoutCollapsesEndedTracksButKeepsBlankIntensities) {
+  AddThreeAndFive();
+  SetToggles(true, true);
+  EXPECT_EQ(Save("SaveXYIntData"), "Time(s)\t" + kX + "\t" + kY + "\tInt(AU)\t" + kX + "\t" + kY +
                                         "\tInt(AU)\t\n" +
                                         "0\t1.5\t0\t123.4\t0\t0\t10\t\n"
                                         "0.25\t-0.001\t10.25\t99.9\t1\t0.5\t20\t\n"
@@ -173,31 +156,31 @@ TEST(TrackExport, ColumnLayoutCollapsesEndedTracksButKeepsBlankIntensities) {
                                         "0.75\t \t3\t1.5\t40\t\n"
                                         "1\t \t4\t2\t50\t\n"
                                         "1.25\t \t \t\n");
-  f.SetToggles(true, false);
-  EXPECT_EQ(f.Run("SaveXYdata"), kX + "\t" + kY + "\t" + kX + "\t" + kY + "\t\n" +
+  SetToggles(true, false);
+  EXPECT_EQ(Save("SaveXYdata"), kX + "\t" + kY + "\t" + kX + "\t" + kY + "\t\n" +
                                      "1.5\t0\t0\t0\t\n-0.001\t10.25\t1\t0.5\t\n2\t3\t2\t1\t\n"
                                      "3\t1.5\t\n4\t2\t\n\n");
   // One header column per track, but two blank cells before every intensity.
-  EXPECT_EQ(f.Run("SaveIntensityData"),
+  EXPECT_EQ(Save("SaveIntensityData"),
             "Int(AU)\tInt(AU)\t\n"
             " \t \t123.4\t \t \t10\t\n \t \t99.9\t \t \t20\t\n \t \t7\t \t \t30\t\n"
             " \t \t \t \t \t40\t\n \t \t \t \t \t50\t\n \t \t \t \t \t \t\n");
-  EXPECT_TRUE(f.platform.messages.empty());
+  EXPECT_TRUE(platform.messages.empty());
 }
 
-TEST(TrackExport, TwoThousandValuesAndColumns) {
-  ExportForm f;
-  f.AddLine(2500);
-  f.AddLine(3);
-  f.SetToggles(false, true);
-  Texts lines = Lines(f.Run("SaveXYdata"));
+TEST_F(Exports, TrackTwoThousandValuesAndColumns) {
+  AddLine(2500);
+  AddLine(3);
+  SetToggles(false, true);
+  Texts lines = Lines(Save("SaveXYdata"));
   ASSERT_EQ(lines.size(), 5u);
-  EXPECT_EQ(f.platform.messages, Texts{"Tracks are too long -> Data will be truncated"});
+  EXPECT_EQ(platform.messages, Texts{"Tracks are too long -> Data will be truncated"});
   // A TAB after the header and after each of 2000 times.
-  EXPECT_EQ(std::count(lines[0].begin(), lines[0].end(), '\t'), 2001);
-  EXPECT_EQ(lines[0].substr(lines[0].size() - 8), "\t499.75\t");
-  EXPECT_EQ(std::count(lines[1].begin(), lines[1].end(), '\t'), 2000);
-  EXPECT_EQ(lines[1].substr(lines[1].size() - 5), "\t1999");
+  EXPECT_EQ((std::vector<long>{std::count(lines[0].begin(), lines[0].end(), '\t'),
+                               std::count(lines[1].begin(), lines[1].end(), '\t')}),
+            (std::vector<long>{2001, 2000}));
+  EXPECT_EQ(lines[0].substr(lines[0].size() - 8) + lines[1].substr(lines[1].size() - 5),
+            "\t499.75\t\t1999");
   EXPECT_EQ(lines[3], kX + "\t0\t1\t2");
 
   // 1001 one-point tracks: X/Y reach 2002 columns with the last track, which is still
@@ -205,51 +188,48 @@ TEST(TrackExport, TwoThousandValuesAndColumns) {
   ExportForm g;
   for (int t = 0; t < 1001; ++t) g.Add({1}, {2}, {3});
   g.SetToggles(true, false);
-  lines = Lines(g.Run("SaveXYdata"));
+  lines = Lines(g.Save("SaveXYdata"));
   EXPECT_EQ(lines, (Texts{Repeat(kX + "\t" + kY + "\t", 1001), Repeat("1\t2\t", 1001), ""}));
   EXPECT_EQ(g.platform.messages, Texts{"Too many objects (>2000) -> Data will be truncated"});
 
-  lines = Lines(g.Run("SaveXYIntData"));
+  lines = Lines(g.Save("SaveXYIntData"));
   EXPECT_EQ(lines, (Texts{Repeat(kX + "\t" + kY + "\tInt(AU)\t", 667), Repeat("1\t2\t3\t", 667),
                           Repeat(" \t", 1001)}));  // one blank cell per track: 1001 columns
   EXPECT_EQ(g.platform.messages.size(), 2u);
 
   g.form.Spots[1000].Valid = 0;  // exactly 2000 X/Y columns: no message
-  EXPECT_EQ(Lines(g.Run("SaveXYdata"))[0], Repeat(kX + "\t" + kY + "\t", 1000));
-  EXPECT_EQ(g.platform.messages.size(), 2u);
+  EXPECT_TRUE(Lines(g.Save("SaveXYdata"))[0] == Repeat(kX + "\t" + kY + "\t", 1000) &&
+              g.platform.messages.size() == 2u);
 }
 
-TEST(MsdExport, LagLineAndOneCurvePerValidTrack) {
-  ExportForm f;
-  f.form.S.dT = 0.5;
-  f.form.S.TimeScale = 0.01666666666;  // not applied to the lags
-  f.AddLine(3);
-  f.AddLine(8).Valid = 0;
-  f.AddLine(8);
-  f.AddLine(600);
-  SpotRec& cut = f.AddLine(2500);
+TEST_F(Exports, MsdLagLineAndOneCurvePerValidTrack) {
+  form.S.dT = 0.5;
+  form.S.TimeScale = 0.01666666666;  // not applied to the lags
+  AddLine(3);
+  AddLine(8).Valid = 0;
+  AddLine(8);
+  AddLine(600);
+  SpotRec& cut = AddLine(2500);
   for (int k = 2000; k < 2500; ++k) cut.X[k] += 1000;  // only seen if not cut at 2000
   std::string header;
   for (int k = 1; k <= 254; ++k) header += std::to_string(k / 2) + (k % 2 ? ".5\t" : "\t");
-  const Texts lines = Lines(f.Run("SaveMSDdT"));
+  const Texts lines = Lines(Save("SaveMSDdT"));
+  // 3 points: no lag below 3 / 2; a straight track: MSD(k) = k^2 for k < 4.
   ASSERT_EQ(lines.size(), 5u);
-  EXPECT_EQ(lines[0], header);
-  EXPECT_EQ(lines[1], "");           // 3 points: no lag below 3 / 2
-  EXPECT_EQ(lines[2], "1\t4\t9\t");  // a straight track: MSD(k) = k^2 for k < 4
+  EXPECT_EQ(Texts(lines.begin(), lines.begin() + 3), (Texts{header, "", "1\t4\t9\t"}));
   for (int i : {3, 4}) {
-    EXPECT_EQ(std::count(lines[i].begin(), lines[i].end(), '\t'), 254);
-    EXPECT_EQ(lines[i].substr(0, 12), "1\t4\t9\t16\t25\t");
+    EXPECT_TRUE(std::count(lines[i].begin(), lines[i].end(), '\t') == 254 &&
+                lines[i].substr(0, 12) == "1\t4\t9\t16\t25\t");
   }
 }
 
-TEST(DlatTables, MeanSdAndCountPerBinWithoutTheLastBin) {
-  ExportForm f;
-  f.form.S.DlatBin = 0.02;
-  f.form.Menu.SetChecked("R_ShowDlat", true);
+TEST_F(Exports, DlatTablesMeanSdAndCountPerBinWithoutTheLastBin) {
+  form.S.DlatBin = 0.02;
+  form.Menu.SetChecked("R_ShowDlat", true);
   // By Dlat: bin 0 (0.01 and -0.01, truncated toward zero), bin 1 (five), bin 2 (four,
   // too few), bin 3 (five: the last bin, never written), and tracks that do not count.
-  auto add = [&f](float dlat, float averInt, int points) -> SpotRec& {
-    SpotRec& t = f.AddLine(points);
+  auto add = [this](float dlat, float averInt, int points) -> SpotRec& {
+    SpotRec& t = AddLine(points);
     t.Dlat = dlat, t.AverInt = averInt;
     return t;
   };
@@ -260,7 +240,7 @@ TEST(DlatTables, MeanSdAndCountPerBinWithoutTheLastBin) {
   add(0.035f, 1e6f, 11).Selected = 0;
   add(std::nanf(""), 1, 11);
   add(-0.03f, 1, 11);
-  EXPECT_EQ(f.Run("SaveDlatVersInt"), "0\t50\t0\t5\n0.02\t120\t14.14\t5\n");
+  EXPECT_EQ(Save("SaveDlatVersInt"), "0\t50\t0\t5\n0.02\t120\t14.14\t5\n");
 
   // By length: lengths 10 and 20 with six tracks each; 20 is the last bin and left out.
   ExportForm g;
@@ -271,124 +251,104 @@ TEST(DlatTables, MeanSdAndCountPerBinWithoutTheLastBin) {
   SpotRec& unselected = g.AddLine(11);
   unselected.Selected = 0, unselected.Dlat = 100;
   // Mean 0.35; SD sqrt((0.25^2 + 0.15^2 + 0.05^2) x 2 / 6) = 0.1708.
-  EXPECT_EQ(g.Run("SaveDlatVerLen"), "10\t0.35\t0.17\t6\n");
+  EXPECT_EQ(g.Save("SaveDlatVerLen"), "10\t0.35\t0.17\t6\n");
 
   // Only beside the Dlat distribution; otherwise not even the dialog.
   g.form.Menu.SetChecked("R_ShowMSD", true);
   const size_t dialogs = g.platform.dialogs.size();
-  EXPECT_EQ(g.Run("SaveDlatVerLen"), "<no file>");
-  EXPECT_EQ(g.platform.dialogs.size(), dialogs);
-  EXPECT_TRUE(g.platform.messages.empty());
+  EXPECT_EQ(g.Save("SaveDlatVerLen"), "<no file>");
+  EXPECT_TRUE(g.platform.dialogs.size() == dialogs && g.platform.messages.empty());
 }
 
-TEST(StopTimes, GateThenOneLinePerStretchedTrack) {
-  ExportForm f;
-  SpotRec& a = f.AddLine(40);
+TEST_F(Exports, StopTimesGateThenOneLinePerStretchedTrack) {
+  SpotRec& a = AddLine(40);
   a.SegLen[0] = 12, a.SegLen[2] = 15, a.AverInt = 123.9f, a.PosX = 12, a.PosY = 34;
-  f.AddLine(40).SegLen[1] = 5;  // no stretch in slot 0
-  SpotRec& c = f.AddLine(40);
+  AddLine(40).SegLen[1] = 5;  // no stretch in slot 0
+  SpotRec& c = AddLine(40);
   c.Valid = 0, c.SegLen[0] = 7, c.AverInt = -5.5f;
 
-  EXPECT_EQ(f.Run("SaveStopTimes"), "<no file>");
-  EXPECT_EQ(f.platform.messages,
+  EXPECT_EQ(Save("SaveStopTimes"), "<no file>");
+  EXPECT_EQ(platform.messages,
             Texts{"Select 'Stopping Spots' in 'Settings' first or do dual tracks"});
-  EXPECT_TRUE(f.platform.dialogs.empty());
+  EXPECT_TRUE(platform.dialogs.empty());
 
   const std::string expected =
       "\n3.75\t123\t0.0\t123\t15\t0.0\t0.0\t10.0\t10.0\t12\t34\n"
       "1.75\t-5\t0.0\t-5\t7\t0.0\t0.0\t10.0\t10.0\t0\t0\n";
-  f.form.Menu.SetChecked("StoppingSpots", true);
-  EXPECT_EQ(f.Run("SaveStopTimes"), expected);
-  f.form.Menu.SetChecked("StoppingSpots", false);
-  f.form.DualsFound = true;
-  EXPECT_EQ(f.Run("SaveStopTimes"), expected);
-  EXPECT_EQ(f.platform.messages.size(), 1u);
+  form.Menu.SetChecked("StoppingSpots", true);
+  EXPECT_EQ(Save("SaveStopTimes"), expected);
+  form.Menu.SetChecked("StoppingSpots", false);
+  form.DualsFound = true;
+  EXPECT_TRUE(Save("SaveStopTimes") == expected && platform.messages.size() == 1u);
 }
 
-TEST(DlatInstVelExport, RightPanelRunWritesEveryStepThenDisarms) {
-  ExportForm f;
-  f.form.S.dT = 0.5, f.form.S.VelocityStep = 1;
-  for (int t = 0; t < 3; ++t) f.AddLine(6).Dlat = 0.25f;  // 4 steps of 1 um in 0.5 s each
-  EXPECT_EQ(f.Run("SaveDlatInstVelData"), Repeat("0.25\t2\n", 12));
-  EXPECT_TRUE(f.form.Menu.Checked("R_ShowInstantVel"));
-  EXPECT_FALSE(f.form.Results.InstVelExport.Armed);
+TEST_F(Exports, DlatInstVelRightPanelRunWritesEveryStepThenDisarms) {
+  form.S.dT = 0.5, form.S.VelocityStep = 1;
+  for (int t = 0; t < 3; ++t) AddLine(6).Dlat = 0.25f;  // 4 steps of 1 um in 0.5 s each
+  EXPECT_EQ(Save("SaveDlatInstVelData"), Repeat("0.25\t2\n", 12));
+  EXPECT_TRUE(form.Menu.Checked("R_ShowInstantVel") && !form.Results.InstVelExport.Armed);
 
   // Too few tracks selected: the panel pass does not run, nothing is written, and the
   // hook is not left armed behind the closed file.
-  f.form.Spots[2].Valid = 0;
-  EXPECT_EQ(f.Run("SaveDlatInstVelData"), "");
-  EXPECT_FALSE(f.form.Results.InstVelExport.Armed);
-  EXPECT_FALSE(f.form.Results.InstVelExport.WriteLine);
-  f.form.Spots[2].Valid = 1;
-  f.form.RunCommand("R_ShowInstantVel");  // a later run writes nowhere
-  EXPECT_TRUE(f.platform.messages.empty());
+  form.Spots[2].Valid = 0;
+  EXPECT_EQ(Save("SaveDlatInstVelData"), "");
+  EXPECT_FALSE(form.Results.InstVelExport.Armed || form.Results.InstVelExport.WriteLine);
+  form.Spots[2].Valid = 1;
+  form.RunCommand("R_ShowInstantVel");  // a later run writes nowhere
+  EXPECT_TRUE(platform.messages.empty());
 }
 
-TEST(ExportCommands, CancelOrUnopenableFileChangesNothing) {
-  ExportForm f;
-  f.AddThreeAndFive();
-  f.form.Menu.SetChecked("R_ShowDlat", true);
-  f.form.Menu.SetChecked("StoppingSpots", true);
-  auto fingerprint = [&f] {
-    std::string s = f.form.Menu.CheckedInGroup(MenuGroup::RightPanel);
+TEST_F(Exports, CancelOrUnopenableFileChangesNothing) {
+  AddThreeAndFive();
+  form.Menu.SetChecked("R_ShowDlat", true);
+  form.Menu.SetChecked("StoppingSpots", true);
+  auto fingerprint = [this] {
+    std::string s = form.Menu.CheckedInGroup(MenuGroup::RightPanel);
     for (const char* toggle : {"SaveXYIntColumns", "PutTimeInTXTfile", "StoppingSpots"})
-      s += f.form.Menu.Checked(toggle) ? '1' : '0';
-    for (int32_t t = 0; t < f.form.Spots.NSpots; ++t) {
-      const SpotRec& r = f.form.Spots[t];
+      s += form.Menu.Checked(toggle) ? '1' : '0';
+    for (int32_t t = 0; t < form.Spots.NSpots; ++t) {
+      const SpotRec& r = form.Spots[t];
       s += " " + std::to_string(r.Valid) + std::to_string(r.Selected) + std::to_string(r.NPoints) +
            FormatReal(r.X[0]) + FormatReal(r.Int[0]);
     }
     return s;
   };
   const std::string before = fingerprint();
+  const char *open = "Can not open file to write data", *write = "File Writing Error";
   const std::pair<const char*, const char*> commands[] = {
-      {"SaveDistAsTXT", "Can not open file to write data"},
-      {"SaveDistAsCSV", "Can not open file to write data"},
-      {"SaveXYIntData", "File Writing Error"},
-      {"SaveXYdata", "File Writing Error"},
-      {"SaveIntensityData", "File Writing Error"},
-      {"SaveMSDdT", "File Writing Error"},
-      {"SaveDlatVersInt", ""},
-      {"SaveDlatVerLen", ""},
-      {"SaveStopTimes", ""},
-      {"SaveDlatInstVelData", "File Writing Error"},
-  };
+      {"SaveDistAsTXT", open},        {"SaveDistAsCSV", open},     {"SaveXYIntData", write},
+      {"SaveXYdata", write},          {"SaveIntensityData", write}, {"SaveMSDdT", write},
+      {"SaveDlatVersInt", ""},        {"SaveDlatVerLen", ""},       {"SaveStopTimes", ""},
+      {"SaveDlatInstVelData", write}};
   for (const auto& [command, message] : commands) {
     SCOPED_TRACE(command);
-    f.platform.messages.clear();
-    ASSERT_TRUE(f.form.RunCommand(command));  // no answer queued: cancelled
-    EXPECT_TRUE(f.platform.messages.empty());
-    f.platform.saveAnswers.push_back("/nonexistent-kinetra-dir/out.txt");
-    f.form.RunCommand(command);
-    EXPECT_EQ(f.platform.messages, *message ? Texts{message} : Texts{});
-    EXPECT_EQ(fingerprint(), before);
-    EXPECT_FALSE(f.form.Results.InstVelExport.Armed);
+    platform.messages.clear();
+    ASSERT_TRUE(form.RunCommand(command));  // no answer queued: cancelled
+    EXPECT_TRUE(platform.messages.empty());
+    platform.saveAnswers.push_back("/nonexistent-kinetra-dir/out.txt");
+    form.RunCommand(command);
+    EXPECT_EQ(platform.messages, *message ? Texts{message} : Texts{});
+    EXPECT_TRUE(fingerprint() == before && !form.Results.InstVelExport.Armed);
   }
   // The two toggles flip their own check marks and nothing else.
-  f.platform.messages.clear();
-  f.form.RunCommand("SaveXYIntColumns");
-  f.form.RunCommand("PutTimeInTXTfile");
-  EXPECT_TRUE(f.form.Menu.Checked("SaveXYIntColumns") && f.form.Menu.Checked("PutTimeInTXTfile"));
-  EXPECT_TRUE(f.platform.saveAnswers.empty() && f.platform.messages.empty());
+  platform.messages.clear();
+  form.RunCommand("SaveXYIntColumns");
+  form.RunCommand("PutTimeInTXTfile");
+  EXPECT_TRUE(form.Menu.Checked("SaveXYIntColumns") && form.Menu.Checked("PutTimeInTXTfile"));
+  EXPECT_TRUE(platform.saveAnswers.empty() && platform.messages.empty());
 }
 
-TEST(PanelCsv, SideBySideColumnsNamedByAxisTitles) {
-  ExportForm f;
-  TQVgraph& left = f.form.LeftGraph;
-  TQVgraph& right = f.form.RightGraph;
+TEST_F(Exports, PanelCsvSideBySideColumnsNamedByAxisTitles) {
+  TQVgraph& left = form.LeftGraph;
+  TQVgraph& right = form.RightGraph;
   for (int s = 1; s <= kMaxSeries; ++s) left.Series[s].Show = right.Series[s].Show = false;
-  left.XTitle = "Dlat (µm2/s)";
-  left.Y0Title = "Number of objects";
-  left.SeriesCount = 1;
+  left.XTitle = "Dlat (µm2/s)", left.Y0Title = "Number of objects", left.SeriesCount = 1;
   left.Series[1].Show = left.Series[2].Show = true;  // 2: beyond the count
   left.DataFirst = 0, left.DataEnd = 3;
   const float lx[] = {0, 0.02f, 0.04f}, l1[] = {5, -2e6f, 7};
-  right.XTitle = "Lag, \"dT\" (s)";
-  right.Y0Title = "MSD (µm2)";
-  right.Y1Title = "Tracks";
+  right.XTitle = "Lag, \"dT\" (s)", right.Y0Title = "MSD (µm2)", right.Y1Title = "Tracks";
   right.SeriesCount = 5, right.Series[2].Show = true;
-  right.Series[4].Show = right.Series[4].RightAxis = true;
-  right.DataFirst = 1, right.DataEnd = 5;
+  right.Series[4].Show = right.Series[4].RightAxis = true, right.DataFirst = 1, right.DataEnd = 5;
   const float rx[] = {0, 0.03f, 0.06f, 0.09f, 0.12f}, r2[] = {0, 1.5f, 2.5f, 3.5f, 4.5f},
               r4[] = {0, 10, 9, 8, 7};
   for (int i = 0; i < 5; ++i) {
@@ -396,9 +356,9 @@ TEST(PanelCsv, SideBySideColumnsNamedByAxisTitles) {
     right.Row(0)[i] = rx[i], right.Row(2)[i] = r2[i], right.Row(4)[i] = r4[i];
   }
   // UTF-8 titles, quotes doubled inside a quoted field, missing values and ended columns empty.
-  EXPECT_EQ(f.Run("SaveDistAsCSV"),
+  EXPECT_EQ(Save("SaveDistAsCSV"),
             "Left: Dlat (\xC2\xB5m2/s),Left: Number of objects [1],\"Right: Lag, \"\"dT\"\" (s)\","
             "Right: MSD (\xC2\xB5m2) [2],Right: Tracks [4]\n"
             "0,5,0.03,1.5,10\n0.02,,0.06,2.5,9\n0.04,7,0.09,3.5,8\n,,0.12,4.5,7\n");
-  EXPECT_EQ(f.platform.dialogs.back().defaultExt, "csv");
+  EXPECT_EQ(platform.dialogs.back().defaultExt, "csv");
 }

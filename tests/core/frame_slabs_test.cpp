@@ -3,14 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <thread>
 #include <vector>
 
 #include "store/FrameArray.h"
 #include "store/FrameSlabs.h"
-
-namespace {
 
 TEST(FrameSlabs, ArraysAreZeroedAlignedAndApartAcrossManySlabs) {
   std::vector<FrameArray> arrays(20000);
@@ -21,8 +18,8 @@ TEST(FrameSlabs, ArraysAreZeroedAlignedAndApartAcrossManySlabs) {
       const int32_t count = 1 + static_cast<int32_t>(i * 37 % 300);
       ASSERT_TRUE(arrays[i].Allocate(count, &slabs));
       const float* f = arrays[i].data();
-      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(f) % 64, 0u);
-      EXPECT_TRUE(std::all_of(f, f + count, [](float v) { return v == 0.0f; }));
+      EXPECT_TRUE(reinterpret_cast<std::uintptr_t>(f) % 64 == 0 &&
+                  std::all_of(f, f + count, [](float v) { return v == 0.0f; })) << i;
       std::fill(arrays[i].data(), arrays[i].data() + count, static_cast<float>(i));
     }
   }  // the allocator goes first: the arrays keep their slabs alive
@@ -31,23 +28,18 @@ TEST(FrameSlabs, ArraysAreZeroedAlignedAndApartAcrossManySlabs) {
     ASSERT_TRUE(std::all_of(f, f + arrays[i].size(), [&](float v) { return v == i; })) << i;
   }
   // Released from two threads at once, each slab exactly once when its last array goes.
-  std::thread other([&] {
-    for (size_t i = 0; i < arrays.size(); i += 2) arrays[i].Release();
-  });
+  std::thread other([&] { for (size_t i = 0; i < arrays.size(); i += 2) arrays[i].Release(); });
   for (size_t i = 1; i < arrays.size(); i += 2) arrays[i].Release();
   other.join();
 }
 
 TEST(FrameSlabs, LongRequestsAndCopiesComeFromTheHeap) {
   FrameSlabs slabs;
-  EXPECT_EQ(slabs.Allocate(FrameSlabs::kLargestRequest + 1), nullptr);
-  EXPECT_EQ(slabs.Allocate(0), nullptr);
+  EXPECT_TRUE(!slabs.Allocate(FrameSlabs::kLargestRequest + 1) && !slabs.Allocate(0));
 
-  FrameArray long_;
+  FrameArray long_, cut;
   ASSERT_TRUE(long_.Allocate(FrameSlabs::kLargestRequest + 1, &slabs));  // heap fallback
   EXPECT_EQ(long_.size(), FrameSlabs::kLargestRequest + 1);
-
-  FrameArray cut;
   ASSERT_TRUE(cut.Allocate(10, &slabs));
   cut[9] = 4.5f;
   FrameArray copy = cut;  // a deep copy on the heap; releasing one leaves the other
@@ -58,5 +50,3 @@ TEST(FrameSlabs, LongRequestsAndCopiesComeFromTheHeap) {
   copy = long_;  // reallocation from the heap frees the old heap copy
   EXPECT_EQ(copy.size(), long_.size());
 }
-
-}  // namespace

@@ -1,30 +1,19 @@
 // Damaged and random input through the file commands: the store must stay consistent and
 // nothing may read or write out of bounds (run under the sanitizers as well).
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <random>
-
-#include "FakePlatform.h"
 #include "StoreTestFiles.h"
-#include "app/MainForm.h"
+#include "TrackBuilders.h"
 
 using namespace testfiles;
 
-namespace {
-
-std::string RandomBytes(std::mt19937& gen, size_t size) {
+static std::string RandomBytes(std::mt19937& gen, size_t size) {
   std::string s(size, '\0');
   for (char& c : s) c = static_cast<char>(gen() & 0xFF);
   return s;
 }
 
-}  // namespace
+using Fuzz = FormTest;
 
-TEST(Fuzz, QviInputsKeepTheStoreConsistent) {
-  FakePlatform platform;
-  TMainForm form(platform);
+TEST_F(Fuzz, QviInputsKeepTheStoreConsistent) {
   std::mt19937 gen(4242);
   const std::string path = TempPath("fuzz.qvi");
   // Damaged counts give many 10000-point tracks; independent pairs keep their MSD cheap.
@@ -54,11 +43,9 @@ TEST(Fuzz, QviInputsKeepTheStoreConsistent) {
 
   // Frame counts no writer would produce, followed by a good block.
   append = false;
-  const float inf = std::numeric_limits<float>::infinity();
-  const float counts[] = {std::nanf(""), inf, -inf, -5, -1e30f, 1e30f, 10001, 2147483648.0f,
-                          -2147483648.0f, 0, 1, 16777217.0f};
   const Track good = MakeTrack(4, 1);
-  for (float n : counts) {
+  for (float n : {NAN, INFINITY, -INFINITY, -5.0f, -1e30f, 1e30f, 10001.0f, 2147483648.0f,
+                  -2147483648.0f, 0.0f, 1.0f, 16777217.0f}) {
     Bytes p;
     p.Int(2016).Float(0).Float(n).Float(n).Float(n).Float(n).Float(n);
     p.Floats({1, 2, 3, 4, 5, 6});
@@ -85,9 +72,7 @@ TEST(Fuzz, QviInputsKeepTheStoreConsistent) {
   EXPECT_TRUE(platform.messages.empty());
 }
 
-TEST(Fuzz, TxtInputsKeepTheStoreConsistent) {
-  FakePlatform platform;
-  TMainForm form(platform);
+TEST_F(Fuzz, TxtInputsKeepTheStoreConsistent) {
   std::mt19937 gen(777);
   auto import = [&](const std::string& name, const std::string& text) {
     platform.openAnswers.push_back({WriteFile(name, text)});
@@ -98,9 +83,9 @@ TEST(Fuzz, TxtInputsKeepTheStoreConsistent) {
   };
 
   std::string lines;
-  for (int i = 0; i < 20000; ++i) lines += "1e38\t-1e39\r\n";
-  import("lines.txt", lines);
-  EXPECT_EQ(form.Spots[0].NPoints, 10000);
+  for (int i = 0; i < 20000; ++i) lines += std::to_string(i) + "\t-1e39\r\n";
+  import("lines.txt", lines);  // the first 10000 rows are kept
+  EXPECT_TRUE(form.Spots[0].NPoints == 10000 && form.Spots[0].X[9999] == 9999.0f);
   EXPECT_TRUE(std::isinf(form.Spots[0].Y[9999]));
 
   import("token.txt", std::string(300000, '7') + "\t" + std::string(100000, '-') + "\n");

@@ -1,35 +1,24 @@
 // Layout, coordinate transforms and the frame of the chart, on the recording canvas.
-#include <gtest/gtest.h>
-
 #include <set>
-#include <vector>
 
 #include "GraphTestSupport.h"
 
-namespace {
 // A right axis over 0..1000: "1000" is 24 wide, + 17 makes a right margin of 41.
-void ShowRightAxis(TQVgraph& g) {
+static void ShowRightAxis(TQVgraph& g) {
   g.FirstY1val = 0, g.LastY1val = 1000, g.TickY1dist = 250;
   g.Series[1].Show = g.Series[1].RightAxis = true;
 }
-}  // namespace
 
-TEST(GraphLayout, MarginsFollowLabelsRightAxisAndNotes) {
-  GraphFixture f;
-  TQVgraph& g = f.graph;
+using GraphLayout = GraphTest;
+
+TEST_F(GraphLayout, MarginsFollowLabelsRightAxisAndNotes) {
   g.FontSize = 5;  // raised to 8
   g.CalcLayout();
   // Left margin: "10" is 12 wide, + 17 + 4. Without a right axis the plot reaches the edge.
-  auto layout = [&g] {
-    return std::vector<double>{double(g.FontSize),
-                               double(g.LineHeight),
-                               double(g.LeftMargin),
-                               double(g.RightMargin),
-                               double(g.PlotRight),
-                               double(g.PlotBottom),
-                               g.XScale,
-                               g.Y0Scale,
-                               double(g.HasRightAxis)};
+  auto layout = [this] {
+    return std::vector<double>{double(g.FontSize),   double(g.LineHeight), double(g.LeftMargin),
+                               double(g.RightMargin), double(g.PlotRight), double(g.PlotBottom),
+                               g.XScale,              g.Y0Scale,           double(g.HasRightAxis)};
   };
   EXPECT_EQ(layout(), (std::vector<double>{8, 17, 33, 0, 433, 266, 40, 26.6, 0}));
   ShowRightAxis(g);
@@ -49,14 +38,11 @@ TEST(GraphLayout, MarginsFollowLabelsRightAxisAndNotes) {
   for (const auto& c : cases) {
     for (int n = 0; n < 3; ++n) g.Notes[n] = c.notes[n];
     g.CalcLayout();
-    EXPECT_EQ(g.PlotBottom, c.plotBottom);
-    EXPECT_EQ(g.Y0Scale, c.plotBottom / 10.0);
+    EXPECT_TRUE(g.PlotBottom == c.plotBottom && g.Y0Scale == c.plotBottom / 10.0) << c.plotBottom;
   }
 }
 
-TEST(GraphLayout, TransformsRoundBothYBasesDifferently) {
-  GraphFixture f;
-  TQVgraph& g = f.graph;
+TEST_F(GraphLayout, TransformsRoundBothYBasesDifferently) {
   g.FirstXval = 2, g.LastXval = 12, g.FirstY0val = g.FirstY1val = -3, g.LastY0val = g.LastY1val = 7;
   g.CalcLayout();
   // xOff = trunc(2 * 40 - 33); left: trunc(266 - 79.8) = 186, right: 266 + trunc(-79.8).
@@ -66,30 +52,27 @@ TEST(GraphLayout, TransformsRoundBothYBasesDifferently) {
   // Values land at trunc(yBase - v * scale) of their own axis; the zeros on the yBase.
   g.HasData = g.Series[1].Show = true, g.Series[2].Show = g.Series[2].RightAxis = true;
   g.Series[2].Color = 0x123456;
-  f.At(1, 4) = f.At(2, 4) = 1.5f;  // left: trunc(186 - 39.9) = 146, right: 147
-  f.Draw();
-  auto rows = [&f](TColor color) {
+  At(1, 4) = At(2, 4) = 1.5f;  // left: trunc(186 - 39.9) = 146, right: 147
+  Draw();
+  auto rows = [this](TColor color) {
     std::set<int> ys;
-    for (const DrawOp& op : f.LinesIn(color)) ys.insert(op.y2);
+    for (const DrawOp& op : LinesIn(color)) ys.insert(op.y2);
     return ys;
   };
-  EXPECT_EQ(rows(Colors::Blue), (std::set<int>{146, 186}));
-  EXPECT_EQ(rows(0x123456), (std::set<int>{147, 187}));
+  EXPECT_TRUE(rows(Colors::Blue) == (std::set<int>{146, 186}) &&
+              rows(0x123456) == (std::set<int>{147, 187}));
 }
 
-TEST(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
-  GraphFixture f;
-  TQVgraph& g = f.graph;
-  g.XColor = 0x0000AA, g.Y0Color = 0x00AA00, g.NotesColor = 0xAA0000;
-  g.Notes[2] = "third note";
+TEST_F(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
+  g.XColor = 0x0000AA, g.Y0Color = 0x00AA00, g.NotesColor = 0xAA0000, g.Notes[2] = "third note";
   g.CheckMark = true;
-  RecordingCanvas& rec = f.Draw();
+  RecordingCanvas& rec = Draw();
   EXPECT_EQ(g.PlotBottom, 249);
 
   // Cleared with the panel colour over the whole bitmap.
   ASSERT_FALSE(rec.Of("Rectangle").empty());
-  EXPECT_EQ(Corners({rec.Of("Rectangle")[0]}), (std::vector<int>{0, 0, 433, 300}));
-  EXPECT_EQ(rec.Of("Rectangle")[0].brush, Colors::Cream);
+  EXPECT_TRUE(Corners({rec.Of("Rectangle")[0]}) == (std::vector<int>{0, 0, 433, 300}) &&
+              rec.Of("Rectangle")[0].brush == Colors::Cream);
 
   // X labels 0 to 9 at trunc(33 + 40 t - 3), bold in the X colour; the label of 10 at the
   // right edge is not drawn, and the left axis stops before its 10 as well (p > 5).
@@ -112,12 +95,12 @@ TEST(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
   // Dotted left tick lines across the plot; p goes down by repeated subtraction and ends a
   // hair below 0 at the value 10: no line there. Solid X tick lines from row 1 down.
   std::vector<int> rows, columns;
-  for (const DrawOp& op : f.LinesIn(0x00AA00)) {
+  for (const DrawOp& op : LinesIn(0x00AA00)) {
     EXPECT_TRUE(op.penStyle == PenStyle::Dot && op.x1 == 33 && op.x2 == 433);
     rows.push_back(op.y1);
   }
   EXPECT_EQ(rows, (std::vector<int>{249, 224, 199, 174, 149, 124, 99, 74, 49, 24}));
-  for (const DrawOp& op : f.LinesIn(0x0000AA)) {
+  for (const DrawOp& op : LinesIn(0x0000AA)) {
     EXPECT_TRUE(op.penStyle == PenStyle::Solid && op.y1 == 1 && op.y2 == 249);
     columns.push_back(op.x1);
   }
@@ -125,16 +108,13 @@ TEST(GraphLayout, FrameLabelsTicksCaptionAndNotes) {
 
   // The X title centred on the bitmap, not on the plot; the check mark; notes not bold.
   ASSERT_TRUE(rec.FindText("axis X (units)") && rec.FindText("third note"));
-  EXPECT_EQ(rec.FindText("axis X (units)")->x1, 216 - 42);
-  EXPECT_EQ(Corners(f.LinesIn(Colors::Green)), (std::vector<int>{10, 10, 20, 40, 20, 40, 30, 10}));
-  EXPECT_FALSE(rec.FindText("third note")->bold);
+  EXPECT_TRUE(rec.FindText("axis X (units)")->x1 == 216 - 42 && !rec.FindText("third note")->bold);
+  EXPECT_EQ(Corners(LinesIn(Colors::Green)), (std::vector<int>{10, 10, 20, 40, 20, 40, 30, 10}));
 }
 
-TEST(GraphLayout, RotatedTitlesReadBottomToTopInTheirColumns) {
-  GraphFixture f;
-  TQVgraph& g = f.graph;
+TEST_F(GraphLayout, RotatedTitlesReadBottomToTopInTheirColumns) {
   ShowRightAxis(g);
-  f.Draw();
+  Draw();
   ASSERT_EQ(g.PlotRight, 392);
   Bitmap& bitmap = *g.Bitmap;
 
@@ -152,6 +132,6 @@ TEST(GraphLayout, RotatedTitlesReadBottomToTopInTheirColumns) {
   EXPECT_EQ(bitmap.Pixel(3, 178 - 90), Colors::Cream);
 
   // The scratch strips are cleared again, two rows higher for the right title.
-  EXPECT_EQ(Corners(f.Rec().Of("FillRect")), (std::vector<int>{1, 281, 90, 299, 1, 283, 90, 299}));
+  EXPECT_EQ(Corners(Rec().Of("FillRect")), (std::vector<int>{1, 281, 90, 299, 1, 283, 90, 299}));
   EXPECT_EQ(bitmap.Pixel(50, 290), Colors::Cream);
 }

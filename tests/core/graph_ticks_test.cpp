@@ -1,18 +1,14 @@
 // Tick spacing, tick labels, tick bounds and the range repair of the chart.
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <limits>
 
 #include "GraphTestSupport.h"
 #include "plot/Ticks.h"
 
-namespace {
-const double kInf = std::numeric_limits<double>::infinity();
-const double kNaN = std::numeric_limits<double>::quiet_NaN();
-}  // namespace
+static const double kInf = INFINITY, kNaN = NAN;
 
-TEST(GraphTicks, NiceTickDistanceFollowsOneTwoFive) {
+using GraphTicks = GraphTest;
+
+TEST_F(GraphTicks, NiceTickDistanceFollowsOneTwoFive) {
   const struct {
     double range, ticks, expected;
   } cases[] = {{100, 5, 20},     {100, 10, 5}, {1, 5, 0.2}, {0.3, 5, 0.05}, {40, 8, 5},  // d = 5p
@@ -22,12 +18,11 @@ TEST(GraphTicks, NiceTickDistanceFollowsOneTwoFive) {
     EXPECT_NEAR(NiceTickDistance(c.range, c.ticks), c.expected, 1e-12 * c.expected) << c.range;
   for (double range : {0.0, 100.0, -3.0, kNaN, kInf}) EXPECT_EQ(NiceTickDistance(range, 0), 1.0);
   // Absurd input must come back at all.
-  EXPECT_TRUE(std::isfinite(NiceTickDistance(kInf, 5)));
-  EXPECT_TRUE(std::isfinite(NiceTickDistance(kNaN, 5)));
-  EXPECT_TRUE(std::isfinite(NiceTickDistance(1e308, 1e-300)));
+  for (auto [range, ticks] : {std::pair{kInf, 5.0}, {kNaN, 5.0}, {1e308, 1e-300}})
+    EXPECT_TRUE(std::isfinite(NiceTickDistance(range, ticks))) << range;
 }
 
-TEST(GraphTicks, LabelDecimalsFollowTheValue) {
+TEST_F(GraphTicks, LabelDecimalsFollowTheValue) {
   const std::pair<double, const char*> cases[] = {{0.12345, "0.123"},
                                                   {-0.05, "-0.05"},
                                                   {123.7, "123"},
@@ -46,9 +41,7 @@ TEST(GraphTicks, LabelDecimalsFollowTheValue) {
   for (const auto& [value, text] : cases) EXPECT_EQ(FormatTickLabel(value), text) << value;
 }
 
-TEST(GraphTicks, TickBoundsLieOnMultiplesPastTheRange) {
-  GraphFixture f;
-  TQVgraph& g = f.graph;
+TEST_F(GraphTicks, TickBoundsLieOnMultiplesPastTheRange) {
   const struct {
     double first, last, tick, tickFirst, tickLast;
   } cases[] = {
@@ -75,40 +68,32 @@ TEST(GraphTicks, TickBoundsLieOnMultiplesPastTheRange) {
   // The right-axis bounds only while a shown series uses that axis.
   g.FirstY1val = 3, g.LastY1val = 7, g.TickY1dist = 2, g.Series[1].RightAxis = true;
   g.CalcLayout();
-  EXPECT_FALSE(g.HasRightAxis);
-  EXPECT_EQ((std::vector<double>{g.Y1TickFirst, g.Y1TickLast}), (std::vector<double>{0, 0}));
+  EXPECT_TRUE(!g.HasRightAxis && g.Y1TickFirst == 0 && g.Y1TickLast == 0);
   g.Series[1].Show = true;
   g.CalcLayout();
-  EXPECT_TRUE(g.HasRightAxis);
-  EXPECT_EQ((std::vector<double>{g.Y1TickFirst, g.Y1TickLast}), (std::vector<double>{4, 8}));
+  EXPECT_TRUE(g.HasRightAxis && g.Y1TickFirst == 4 && g.Y1TickLast == 8);
 }
 
-TEST(GraphTicks, CheckRangesRepairsAndSkipsTheDraw) {
-  GraphFixture f;
-  TQVgraph& g = f.graph;
+TEST_F(GraphTicks, CheckRangesRepairsAndSkipsTheDraw) {
   EXPECT_TRUE(g.CheckRanges());
   g.FirstXval = g.LastXval = 5, g.FirstY1val = 2, g.LastY1val = 1, g.TickY0dist = 0;
   g.TickXdist = g.FirstY0val = kNaN;  // NaN passes every test
-  f.Draw();
-  EXPECT_EQ(f.beeps, 1);
-  EXPECT_TRUE(f.Rec().ops.empty());  // the old picture stays
+  Draw();
+  EXPECT_TRUE(beeps == 1 && Rec().ops.empty());  // the old picture stays
   EXPECT_EQ((std::vector<double>{g.FirstXval, g.LastXval, g.FirstY1val, g.LastY1val, g.TickY0dist}),
             (std::vector<double>{0, 10, 0, 10, 1}));
   EXPECT_TRUE(std::isnan(g.TickXdist) && std::isnan(g.FirstY0val));
 
   g.TickXdist = 1;  // the next draw goes through
   g.FirstY0val = 0;
-  f.Draw();
-  EXPECT_EQ(f.beeps, 1);
-  EXPECT_NE(f.Rec().FindText("NO DATA"), nullptr);
+  Draw();
+  EXPECT_TRUE(beeps == 1 && Rec().FindText("NO DATA"));
 }
 
-TEST(GraphTicks, AbsurdRangesNeitherHangNorOverflow) {
-  GraphFixture f;
-  TQVgraph& g = f.graph;
+TEST_F(GraphTicks, AbsurdRangesNeitherHangNorOverflow) {
   g.HasData = g.Series[1].Show = g.Series[2].Show = g.Series[2].RightAxis = true;
   g.Series[2].Style = Bar;
-  for (int i = 0; i < 10; ++i) f.At(1, i) = f.At(2, i) = 1e30f;
+  for (int i = 0; i < 10; ++i) At(1, i) = At(2, i) = 1e30f;
   const struct {
     double first, last, tick;
   } cases[] = {{-1e308, 1e308, 1}, {0, 1e300, 1e-300}, {1e15, 1e15 + 4, 1}, {-kInf, kInf, 1},
@@ -117,6 +102,6 @@ TEST(GraphTicks, AbsurdRangesNeitherHangNorOverflow) {
     g.FirstXval = g.FirstY0val = g.FirstY1val = c.first;
     g.LastXval = g.LastY0val = g.LastY1val = c.last;
     g.TickXdist = g.TickY0dist = g.TickY1dist = c.tick;
-    EXPECT_LE(f.Draw().ops.size(), 200000u) << c.first << " " << c.last << " " << c.tick;
+    EXPECT_LE(Draw().ops.size(), 200000u) << c.first << " " << c.last << " " << c.tick;
   }
 }

@@ -1,17 +1,9 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstdint>
-#include <vector>
-
 #include "TrackBuilders.h"
 #include "stats/NeighbourPanel.h"
 
-namespace {
-
 // A track of n points whose mean position is (x, y) + (posX, 0) x 0.1 µm; the points of
 // an even-length track wobble symmetrically around the mean.
-SpotRec& AddAt(TMainForm& form, int n, float x, float y, int posX = 0) {
+static SpotRec& AddAt(TMainForm& form, int n, float x, float y, int posX = 0) {
   Floats xs(n, x), ys(n, y);
   for (int k = 0; k < n && n % 2 == 0; ++k) {
     xs[k] += k % 2 ? 0.125f : -0.125f;
@@ -21,8 +13,6 @@ SpotRec& AddAt(TMainForm& form, int n, float x, float y, int posX = 0) {
   t.PosX = posX;
   return t;
 }
-
-}  // namespace
 
 using NeighbourPanel = FormTest;
 
@@ -37,16 +27,15 @@ TEST_F(NeighbourPanel, GridSpacingIsTheNeighbourDistance) {
   form.RightGraph.DataFirst = 1;  // as the MSD panel leaves it
   ASSERT_TRUE(form.RunCommand("R_DistanceToNeighbDistrib"));
   const TQVgraph& g = form.RightGraph;
-  EXPECT_EQ(g.DataFirst, 0);
-  EXPECT_TRUE(platform.messages.empty());
+  EXPECT_TRUE(g.DataFirst == 0 && platform.messages.empty());
   EXPECT_EQ(form.Menu.Caption("Right"), "Right-Dist To Neighb.");
   // 0.5 / 0.03 = 16.7 and 0.875 / 0.03 = 29.2: 20 distances in bin 16, 2 in bin 29.
   EXPECT_EQ(g.DataEnd, 58);
   const float bin17 = static_cast<float>(17 * 0.03);
   EXPECT_EQ((Floats{g.Row(0)[0], g.Row(0)[33], g.Row(0)[34]}), (Floats{0, bin17, bin17}));
   EXPECT_EQ((Floats{g.Row(1)[31], g.Row(1)[32], g.Row(1)[33]}), (Floats{0, 20, 20}));
-  EXPECT_DOUBLE_EQ(g.LastXval, static_cast<float>(static_cast<float>(29 * 0.03) + 0.03));
-  EXPECT_DOUBLE_EQ(g.LastY0val, 24);
+  EXPECT_TRUE(g.LastXval == static_cast<float>(static_cast<float>(29 * 0.03) + 0.03) &&
+              g.LastY0val == 24);
   EXPECT_EQ(g.XTitle + " | " + g.Y0Title, "Distance (µm) | Number of objects");
   EXPECT_EQ(g.Notes[0], "Aver. Ddistance=0.534µm2/s");  // 11.75 / 22
 
@@ -54,8 +43,7 @@ TEST_F(NeighbourPanel, GridSpacingIsTheNeighbourDistance) {
   form.RightGraph.Series[1].Style = Bar;
   form.RunCommand("ShowFreq");
   EXPECT_TRUE(g.Series[1].Style == Bar && g.DataEnd == 29);
-  EXPECT_FLOAT_EQ(g.Row(1)[16], 20 * 100.0f / 22);
-  EXPECT_FLOAT_EQ(g.Row(1)[29], 2 * 100.0f / 22);
+  EXPECT_EQ((Floats{g.Row(1)[16], g.Row(1)[29]}), (Floats{20 * 100.0f / 22, 2 * 100.0f / 22}));
   EXPECT_EQ(g.Y0Title, "Frequency (%)");
 }
 
@@ -90,34 +78,27 @@ TEST_F(NeighbourPanel, QuadraticSearchMatchesADirectComputation) {
   }
   EXPECT_EQ(d2[v], kNoNeighbour);  // the pointless track never wins and keeps no neighbour
 
-  AnalysisContext context = form.MakeAnalysisContext();
-  CalcNeighbDistDist(context, form.RightGraph);
+  RunAnalysis(form, CalcNeighbDistDist, form.RightGraph);
   EXPECT_EQ(platform.messages, std::vector<std::string>{" Error in Distance Calcs"});
 }
 
 TEST_F(NeighbourPanel, FewTracks) {
   TQVgraph& g = form.RightGraph;
   auto run = [&] {
-    form.SelectSpots();
-    AnalysisContext context = form.MakeAnalysisContext();
-    CalcNeighbDistDist(context, g);
+    RunAnalysis(form, CalcNeighbDistDist, g);
     ExpectFiniteAxes(g);
   };
   run();  // empty: nothing to complain about, nothing drawn
-  EXPECT_TRUE(platform.messages.empty());
-  EXPECT_EQ(g.DataEnd, 0);
+  EXPECT_TRUE(platform.messages.empty() && g.DataEnd == 0);
   EXPECT_DOUBLE_EQ(g.LastXval, static_cast<float>(0.02));
 
   AddAt(form, 5, 1, 1);
   run();  // alone: the error, and its 1e15 is binned out of range
-  EXPECT_EQ(platform.messages.size(), 1u);
-  EXPECT_EQ(g.DataEnd, 0);
+  EXPECT_TRUE(platform.messages.size() == 1u && g.DataEnd == 0);
 
   AddAt(form, 5, 1.625f, 1);  // 0.625 µm away: both in bin 31
   g.Series[1].Style = Bar;
   run();
-  EXPECT_EQ(platform.messages.size(), 1u);
-  EXPECT_EQ(g.DataEnd, 31);
-  EXPECT_EQ(g.Row(1)[31], 2);
+  EXPECT_TRUE(platform.messages.size() == 1u && g.DataEnd == 31 && g.Row(1)[31] == 2);
   EXPECT_EQ(g.Notes[0], "Aver. Ddistance=0.625µm2/s");
 }

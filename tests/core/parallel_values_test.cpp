@@ -1,37 +1,26 @@
 // The fast per-track paths (vector kernels, interleaved batches, the parallel load and
 // its thread pool) against the plain loops: the same bits whatever the length, the pair
 // rules, the instruction set or the thread that did the work.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
+#include <array>
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <limits>
-#include <memory>
-#include <random>
 #include <sstream>
 #include <thread>
-#include <vector>
 
-#include "FakePlatform.h"
-#include "app/MainForm.h"
+#include "StoreTestFiles.h"
+#include "TrackBuilders.h"
 #include "cli/BatchPlatform.h"
-#include "sim/SimOutput.h"
 #include "stats/ParallelValues.h"
 #include "stats/ThreadPool.h"
-#include "stats/TrackValues.h"
-
-namespace {
 
 // The fast kernel sets this processor runs; the start-up choice is restored afterwards.
 class KernelSets {
  public:
   KernelSets() {
-    if (SelectKernels(KernelSet::Avx512)) sets_.push_back(KernelSet::Avx512);
-    if (SelectKernels(KernelSet::Avx2)) sets_.push_back(KernelSet::Avx2);
+    for (KernelSet set : {KernelSet::Avx512, KernelSet::Avx2})
+      if (SelectKernels(set)) sets_.push_back(set);
     SelectKernels(KernelSet::Sse2);
     sets_.push_back(KernelSet::Sse2);
   }
@@ -43,64 +32,40 @@ class KernelSets {
   std::vector<KernelSet> sets_;
 };
 
-bool SameBits(const void* a, const void* b, size_t bytes) { return std::memcmp(a, b, bytes) == 0; }
-
-// A drifting random walk with an intensity step; `special` puts a NaN (1) or an
-// infinity (2) into a few coordinates and one intensity.
-SpotRec RandomTrack(std::mt19937& gen, int n, int special = 0) {
-  std::normal_distribution<float> step(0.0f, 0.08f), noise(0.0f, 8.0f);
-  std::uniform_real_distribution<float> drift(-0.06f, 0.06f);
-  SpotRec t;
-  t.NPoints = n;
-  EXPECT_TRUE(t.AllocateFrames(n));
-  const float vx = drift(gen), vy = drift(gen);
-  const int stepAt = n > 0 ? static_cast<int>(gen() % static_cast<unsigned>(n)) : 0;
-  float x = 20, y = 20;
-  for (int k = 0; k < n; ++k) {
-    x += vx + step(gen);
-    y += vy + step(gen);
-    t.X[k] = x;
-    t.Y[k] = y;
-    t.Int[k] = (k < stepAt ? 150.0f : 70.0f) + noise(gen);
-  }
-  if (special != 0 && n > 3) {
-    const float value = special == 1 ? std::numeric_limits<float>::quiet_NaN()
-                                     : std::numeric_limits<float>::infinity();
-    t.X[n / 3] = value;
-    t.Y[n / 4] = value;
-    t.Y[n / 4 + 1] = value;
-    t.Int[n / 2] = value;
-  }
-  return t;
-}
+static bool SameBits(const void* a, const void* b, size_t bytes) { return std::memcmp(a, b, bytes) == 0; }
 
 // Every value the per-track pass sets, as bytes.
-std::vector<char> Values(const SpotRec& t) {
+static std::vector<char> Values(const SpotRec& t) {
   std::vector<char> bytes;
   auto add = [&](const auto& v) {
     const char* p = reinterpret_cast<const char*>(&v);
     bytes.insert(bytes.end(), p, p + sizeof v);
   };
-  add(t.AverInt);
-  add(t.Dlat);
-  add(t.AverVel);
-  add(t.STest);
-  add(t.StepIndex);
-  add(t.IntBefore);
-  add(t.IntAfter);
+  add(t.AverInt), add(t.Dlat), add(t.AverVel), add(t.STest), add(t.StepIndex);
+  add(t.IntBefore), add(t.IntAfter);
   return bytes;
 }
 
-SpotRec CopyOf(const SpotRec& t) {
+static SpotRec CopyOf(const SpotRec& t) {
   SpotRec c;
-  c.NPoints = t.NPoints;
-  c.Int = t.Int;
-  c.X = t.X;
-  c.Y = t.Y;
+  c.NPoints = t.NPoints, c.Int = t.Int, c.X = t.X, c.Y = t.Y;
   return c;
 }
 
-}  // namespace
+// Every record the read touched, frames and values alike.
+static void ExpectSameStores(const TrackStore& a, const TrackStore& b, int32_t records) {
+  ASSERT_EQ(a.NSpots, b.NSpots);
+  for (int32_t i = 0; i < records; ++i) {
+    const SpotRec& s = a[i];
+    const SpotRec& t = b[i];
+    ASSERT_EQ(Values(s), Values(t)) << "track " << i;
+    ASSERT_EQ((std::vector<int32_t>{s.NPoints, s.SecondHalf, s.Valid, s.PosX}),
+              (std::vector<int32_t>{t.NPoints, t.SecondHalf, t.Valid, t.PosX}))
+        << "track " << i;
+    ASSERT_TRUE(s.NPoints <= 0 || SameBits(s.X.data(), t.X.data(), sizeof(float) * s.NPoints))
+        << "track " << i;
+  }
+}
 
 TEST(FastKernels, MsdMatchesThePlainLoopBitForBit) {
   KernelSets kernels;
@@ -114,7 +79,7 @@ TEST(FastKernels, MsdMatchesThePlainLoopBitForBit) {
   for (size_t i = 0; i < lengths.size(); ++i) {
     const int n = lengths[i];
     // Every seventh track carries a NaN or an infinity, alternately.
-    const SpotRec t = RandomTrack(gen, n, i % 7 == 3 ? 1 + static_cast<int>(i / 7) % 2 : 0);
+    const SpotRec t = RandomSpot(gen, n, i % 7 == 3 ? 1 + static_cast<int>(i / 7) % 2 : 0);
     for (bool independent : {false, true}) {
       std::fill(refMsd.begin(), refMsd.end(), kSentinel);
       std::fill(refDk.begin(), refDk.end(), kSentinel);
@@ -133,40 +98,26 @@ TEST(FastKernels, MsdMatchesThePlainLoopBitForBit) {
       }
     }
   }
-  // A 6-point track worked by hand: steps of 1 along X, lag 2 moves 2.
-  const float x6[] = {0, 1, 2, 3, 4, 5}, y6[] = {0, 0, 0, 0, 0, 0};
-  for (KernelSet set : kernels.sets()) {
-    SelectKernels(set);
-    EXPECT_EQ(CalcTrackMSD(x6, y6, 6, 0.5f, dk.data(), msd.data(), false), 4.0 / (8 * 0.5));
-    EXPECT_EQ(msd[1], 1.0f);
-    EXPECT_EQ(msd[2], 4.0f);
-  }
 }
 
 TEST(FastKernels, BatchesAndSingleTracksMatchThePlainLoops) {
   KernelSets kernels;
   std::mt19937 gen(5150);
-  const int lengths[] = {0, 1, 2, 5, 6, 7, 20, 21, 22, 23, 31, 64, 200, 333, 1001, 2500};
   std::vector<SpotRec> tracks;
-  for (int n : lengths) tracks.push_back(RandomTrack(gen, n));
-  tracks.push_back(RandomTrack(gen, 150, 1));
-  tracks.push_back(RandomTrack(gen, 90, 2));
+  for (int n : {0, 1, 2, 5, 6, 7, 20, 21, 22, 23, 31, 64, 200, 333, 1001, 2500})
+    tracks.push_back(RandomSpot(gen, n));
+  tracks.push_back(RandomSpot(gen, 150, 1));
+  tracks.push_back(RandomSpot(gen, 90, 2));
   std::shuffle(tracks.begin(), tracks.end(), gen);
 
   auto scratch = std::make_unique<BatchScratch>();
   auto plainScratch = std::make_unique<MsdScratch>();
-  struct Variant {
-    int velocityStep;
-    bool independent, absoluteX;
-    double timeScale;
-  };
-  const Variant variants[] = {{3, false, false, 1.0}, {1, true, true, 1.0 / 60},
-                              {7, false, true, 1.0}, {3, true, false, 1.0}, {0, false, false, 1.0}};
-  for (const Variant& v : variants) {
+  for (auto [step, independent, absoluteX, timeScale] :
+       {std::tuple{3, false, false, 1.0}, {1, true, true, 1.0 / 60}, {7, false, true, 1.0},
+        {3, true, false, 1.0}, {0, false, false, 1.0}}) {
     Settings s;
-    s.VelocityStep = v.velocityStep;
-    s.TimeScale = v.timeScale;
-    const PairRules rules{v.independent, v.absoluteX};
+    s.VelocityStep = step, s.TimeScale = timeScale;
+    const PairRules rules{independent, absoluteX};
     std::vector<std::vector<char>> want;
     for (const SpotRec& t : tracks) {
       SpotRec plain = CopyOf(t);
@@ -187,7 +138,7 @@ TEST(FastKernels, BatchesAndSingleTracksMatchThePlainLoops) {
         }
         for (size_t i = 0; i < copies.size(); ++i)
           ASSERT_EQ(Values(copies[i]), want[i])
-              << "n " << copies[i].NPoints << " batch " << size << " step " << v.velocityStep;
+              << "n " << copies[i].NPoints << " batch " << size << " step " << step;
       }
       for (size_t i = 0; i < tracks.size(); ++i) {
         SpotRec single = CopyOf(tracks[i]);
@@ -198,58 +149,24 @@ TEST(FastKernels, BatchesAndSingleTracksMatchThePlainLoops) {
   }
 }
 
-namespace {
-
-std::string SimulatedFile(const std::string& name, const PopulationPlan& plan) {
-  const auto path = std::filesystem::temp_directory_path() /
-                    ("kinetra-parallel-" + std::to_string(::getpid()) + "-" + name);
-  EXPECT_TRUE(WriteSimulatedQvi(path.string(), MakePopulation(plan)));
-  return path.string();
-}
-
-// Every record the read touched, frames and values alike.
-void ExpectSameStores(const TrackStore& a, const TrackStore& b, int32_t records) {
-  ASSERT_EQ(a.NSpots, b.NSpots);
-  for (int32_t i = 0; i < records; ++i) {
-    const SpotRec& s = a[i];
-    const SpotRec& t = b[i];
-    ASSERT_EQ(Values(s), Values(t)) << "track " << i;
-    ASSERT_EQ(s.NPoints, t.NPoints);
-    ASSERT_EQ(s.SecondHalf, t.SecondHalf) << "track " << i;
-    ASSERT_EQ(s.Valid, t.Valid);
-    ASSERT_EQ(s.PosX, t.PosX);
-    if (s.NPoints > 0) {
-      ASSERT_TRUE(SameBits(s.X.data(), t.X.data(), sizeof(float) * s.NPoints)) << "track " << i;
-    }
-  }
-}
-
-}  // namespace
-
 TEST(ParallelLoad, SameStoreAsReadingOneByOne) {
-  PopulationPlan many;
-  many.tracks = 1200;
-  many.points = 300;
-  many.directedFraction = 0.3;
-  many.bleachFraction = 0.4;
-  PopulationPlan mixed;
-  mixed.mixed = true;  // 20 .. 400 points
-  const std::string manyFile = SimulatedFile("many.qvi", many);
-  const std::string mixedFile = SimulatedFile("mixed.qvi", mixed);
+  const std::string manyFile = SimulatedFile(
+      "many.qvi",
+      {.tracks = 1200, .points = 300, .directedFraction = 0.3, .bleachFraction = 0.4, .drift = {}});
+  // 20 .. 400 points
+  const std::string mixedFile = SimulatedFile("mixed.qvi", {.mixed = true, .drift = {}});
 
   Settings s;
   s.VelocityStep = 2;
   const PairRules rules{false, true};
   auto scratch = std::make_unique<MsdScratch>();
   TrackStore plain, fast;
-  ASSERT_TRUE(plain.Allocate());
-  ASSERT_TRUE(fast.Allocate());
+  ASSERT_TRUE(plain.Allocate() && fast.Allocate());
   ThreadPool pool(3);
   int pauses = 0;
   for (const std::string& file : {manyFile, mixedFile}) {  // the second file is appended
     QviReader a, b;
-    ASSERT_TRUE(a.Open(file));
-    ASSERT_TRUE(b.Open(file));
+    ASSERT_TRUE(a.Open(file) && b.Open(file));
     EXPECT_EQ(ReadTracksReference(a, plain, s, rules, *scratch), QviStop::EndOfFile);
     // Pausing at every chunk: by then every track read so far has its values.
     const QviStop stop = ReadTracksParallel(b, fast, s, rules, pool, *scratch, [&] {
@@ -258,27 +175,23 @@ TEST(ParallelLoad, SameStoreAsReadingOneByOne) {
     }, 0.0);
     EXPECT_EQ(stop, QviStop::EndOfFile);
   }
-  EXPECT_EQ(fast.NSpots, 1200 + 360);
-  EXPECT_GT(pauses, 3);
+  EXPECT_TRUE(fast.NSpots == 1200 + 360 && pauses > 3) << pauses;
   ExpectSameStores(plain, fast, fast.NSpots);
 
   // A store about to overflow: both stop after the same track, with the same values.
   plain.NSpots = fast.NSpots = kMaxTracks - 9;
   QviReader a, b;
-  ASSERT_TRUE(a.Open(mixedFile));
-  ASSERT_TRUE(b.Open(mixedFile));
+  ASSERT_TRUE(a.Open(mixedFile) && b.Open(mixedFile));
   EXPECT_EQ(ReadTracksReference(a, plain, s, rules, *scratch), QviStop::Overflow);
   EXPECT_EQ(ReadTracksParallel(b, fast, s, rules, pool, *scratch), QviStop::Overflow);
   EXPECT_EQ(fast.NSpots, kMaxTracks + 1);
   ExpectSameStores(plain, fast, kStoreCapacity);
 
   // Recomputing after a settings change, spread over the pool.
-  s.dT = 0.05;
-  fast.NSpots = plain.NSpots = 1560;
+  s.dT = 0.05, fast.NSpots = plain.NSpots = 1560;
   ComputeTrackValuesParallel(fast, 0, fast.NSpots, s, rules, pool, *scratch, true);
   for (int32_t i = 0; i < plain.NSpots; ++i) RecomputeMobility(plain[i], s, rules, *scratch);
   ExpectSameStores(plain, fast, fast.NSpots);
-
   std::filesystem::remove(manyFile);
   std::filesystem::remove(mixedFile);
 }
@@ -287,19 +200,15 @@ TEST(ThreadPool, ChunksCoverTheRangeOnceInFixedPieces) {
   for (unsigned threads : {1u, 3u}) {
     ThreadPool pool(threads);
     EXPECT_EQ(pool.Slots(), threads);
-    struct Range {
-      int64_t begin, end, grain;
-    };
-    for (const Range r : {Range{0, 1000, 7}, Range{5, 6, 100}, Range{-20, 20, 0}, Range{3, 3, 4}}) {
-      const int64_t size = r.end - r.begin;
-      std::vector<std::atomic<int>> hits(static_cast<size_t>(std::max<int64_t>(size, 0)));
+    for (auto [begin, end, grain] : {std::array<int64_t, 3>{0, 1000, 7}, {5, 6, 100}, {-20, 20, 0},
+                                     {3, 3, 4}}) {
+      std::vector<std::atomic<int>> hits(static_cast<size_t>(std::max<int64_t>(end - begin, 0)));
       std::atomic<bool> bad{false};
-      pool.ParallelFor(r.begin, r.end, r.grain, [&](int64_t from, int64_t to, unsigned worker) {
-        const int64_t grain = std::max<int64_t>(r.grain, 1);
-        if ((from - r.begin) % grain != 0 || to != std::min(r.end, from + grain) ||
-            worker >= pool.Slots())
+      pool.ParallelFor(begin, end, grain, [&](int64_t from, int64_t to, unsigned worker) {
+        const int64_t piece = std::max<int64_t>(grain, 1);
+        if ((from - begin) % piece != 0 || to != std::min(end, from + piece) || worker >= pool.Slots())
           bad = true;
-        for (int64_t i = from; i < to; ++i) ++hits[static_cast<size_t>(i - r.begin)];
+        for (int64_t i = from; i < to; ++i) ++hits[static_cast<size_t>(i - begin)];
       });
       EXPECT_FALSE(bad);
       for (const auto& h : hits) ASSERT_EQ(h.load(), 1);
@@ -316,30 +225,21 @@ TEST(ThreadPool, ChunksCoverTheRangeOnceInFixedPieces) {
   }
 }
 
-namespace {
-
-class ProgressPlatform : public FakePlatform {
- public:
-  std::vector<std::pair<std::string, double>> progress;
-  void Progress(const std::string& what, double fraction) override {
-    progress.emplace_back(what, fraction);
-  }
-};
-
-}  // namespace
-
 TEST(ParallelLoad, ProgressOfLoads) {
-  PopulationPlan plan;
-  plan.tracks = 50;
-  const std::string file = SimulatedFile("progress.qvi", plan);
-  ProgressPlatform platform;
+  struct ProgressPlatform : FakePlatform {
+    std::vector<std::pair<std::string, double>> progress;
+    void Progress(const std::string& what, double fraction) override {
+      progress.emplace_back(what, fraction);
+    }
+  } platform;
+  const std::string file = SimulatedFile("progress.qvi", {.tracks = 50, .drift = {}});
   TMainForm form(platform);
   form.LoadQVIFile(file, true);
   std::filesystem::remove(file);
   EXPECT_EQ(form.Spots.NSpots, 50);
   ASSERT_GE(platform.progress.size(), 2u);
-  EXPECT_EQ(platform.progress.front(), std::make_pair(file, 0.0));
-  EXPECT_EQ(platform.progress.back(), std::make_pair(file, 1.0));
+  EXPECT_TRUE(platform.progress.front() == std::make_pair(file, 0.0) &&
+              platform.progress.back() == std::make_pair(file, 1.0));
   for (size_t i = 1; i < platform.progress.size(); ++i)
     EXPECT_GE(platform.progress[i].second, platform.progress[i - 1].second);
 
@@ -348,19 +248,13 @@ TEST(ParallelLoad, ProgressOfLoads) {
   std::ostringstream quiet, shown;
   BatchPlatform off(quiet), on(shown);
   on.EnableProgress(true);
-  for (BatchPlatform* p : {&off, &on}) {
-    p->Progress("short.qvi", 0);
-    p->Progress("short.qvi", 0.5);
-    p->Progress("short.qvi", 1);
-    p->Progress("long.qvi", 0);
-  }
+  for (BatchPlatform* p : {&off, &on})
+    for (auto [name, fraction] : {std::pair{"short.qvi", 0.0}, {"short.qvi", 0.5}, {"short.qvi", 1.0},
+                                  {"long.qvi", 0.0}})
+      p->Progress(name, fraction);
   std::this_thread::sleep_for(std::chrono::milliseconds(550));
-  for (BatchPlatform* p : {&off, &on}) {
-    p->Progress("long.qvi", 0.25);
-    p->Progress("long.qvi", 0.251);
-    p->Progress("long.qvi", 0.5);
-    p->Progress("long.qvi", 1);
-  }
+  for (BatchPlatform* p : {&off, &on})
+    for (double fraction : {0.25, 0.251, 0.5, 1.0}) p->Progress("long.qvi", fraction);
   EXPECT_EQ(quiet.str(), "");
   EXPECT_EQ(shown.str(), "\rReading long.qvi: 25%\rReading long.qvi: 50%\rReading long.qvi: 100%\n");
 }

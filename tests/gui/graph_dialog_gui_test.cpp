@@ -1,22 +1,13 @@
 // The real "QVgraph Settings" dialog over the left panel of the main window, driven
 // through its widgets.
-#include <gtest/gtest.h>
-
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QKeyEvent>
 #include <QLineEdit>
 #include <QTimer>
 
 #include "QtTestApp.h"
-#include "app/MainForm.h"
 #include "gui/GraphSettingsDialog.h"
-#include "gui/MainWindow.h"
-#include "gui/QtBitmap.h"
 #include "store/Numbers.h"
-
-namespace {
 
 struct PaintCounter : QObject {
   int paints = 0;
@@ -26,26 +17,12 @@ struct PaintCounter : QObject {
   }
 };
 
-void Press(QWidget* widget, int key, const QString& text = {}) {
-  QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, text);
-  QApplication::sendEvent(widget, &press);
-}
+using GraphDialogGui = QtTest;
 
-int DifferentPixels(const QImage& a, const QImage& b, int x1, int x2) {
-  int count = 0;
-  for (int y = 0; y < std::min(a.height(), b.height()); ++y)
-    for (int x = x1; x < x2; ++x) count += a.pixel(x, y) != b.pixel(x, y);
-  return count;
-}
-
-}  // namespace
-
-TEST(GraphDialogGui, EditsTheLeftPanelThroughTheWidgets) {
-  EnsureQtApp();
-  InstallQtBitmapFactory();
+TEST_F(GraphDialogGui, EditsTheLeftPanelThroughTheWidgets) {
   MainWindow window(false);
   window.show();
-  window.OpenFiles({KINETRA_SOURCE_DIR "/examples/sample.qvi"});
+  window.OpenFiles({kSample});
   QApplication::processEvents();
   TMainForm& form = window.form();
   QWidget* panels = window.centralWidget();
@@ -74,8 +51,7 @@ TEST(GraphDialogGui, EditsTheLeftPanelThroughTheWidgets) {
     auto* style = dialog->findChild<QComboBox*>("GrTpComBox1");
     ASSERT_TRUE(last && style);
     EXPECT_EQ(last->text().toStdString(), FormatReal(oldLast));
-    EXPECT_EQ(style->count(), 7);
-    EXPECT_EQ(style->itemText(1).toStdString(), "Circle");
+    EXPECT_TRUE(style->count() == 7 && style->itemText(1) == "Circle");
     for (int k = 1; k <= 10; ++k) {  // rows beyond the series count are hidden, row 1 never
       auto* show = dialog->findChild<QCheckBox*>(QString("ShowChBox%1").arg(k));
       EXPECT_EQ(show->isHidden(), k > 1 && k > graph.SeriesCount) << k;
@@ -84,27 +60,23 @@ TEST(GraphDialogGui, EditsTheLeftPanelThroughTheWidgets) {
     // Typed text turns red and is taken on Return.
     last->setFocus();
     last->selectAll();
-    for (const QChar ch : typed) Press(last, ch.toUpper().unicode(), QString(ch));
-    EXPECT_EQ(last->text(), typed);
-    EXPECT_EQ(last->palette().color(QPalette::Text), QColor(Qt::red));
-    EXPECT_EQ(graph.LastXval, oldLast);
-    Press(last, Qt::Key_Return);
-    EXPECT_EQ(graph.LastXval, typed.toDouble());
-    EXPECT_EQ(last->palette().color(QPalette::Text), QColor(Qt::black));
+    for (const QChar ch : typed) PressKey(last, ch.toUpper().unicode(), Qt::NoModifier, QString(ch));
+    EXPECT_TRUE(last->text() == typed && last->palette().color(QPalette::Text) == QColor(Qt::red) &&
+                graph.LastXval == oldLast);
+    PressKey(last, Qt::Key_Return);
+    EXPECT_TRUE(graph.LastXval == typed.toDouble() &&
+                last->palette().color(QPalette::Text) == QColor(Qt::black));
 
     // A style change repaints the panel while the dialog is open.
     const int paints = counter.paints;
     style->setCurrentIndex(Circle);
     QApplication::processEvents();
-    EXPECT_EQ(graph.Series[1].Style, Circle);
-    EXPECT_GT(counter.paints, paints);
+    EXPECT_TRUE(graph.Series[1].Style == Circle && counter.paints > paints);
     ran = true;
     dialog->accept();
   });
   window.RunCommand("SetGraph");  // MouseX 0: the left panel
-  EXPECT_TRUE(ran);
-  EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
-  EXPECT_EQ(graph.LastXval, typed.toDouble());
+  EXPECT_TRUE(ran && !QApplication::activeModalWidget() && graph.LastXval == typed.toDouble());
 
   // Only the left half of the window changed.
   QApplication::processEvents();

@@ -1,75 +1,53 @@
 // The single-track viewer window on Qt's offscreen platform: every view of a sample track
 // as a screenshot, keys, a dragged zoom, the replay timer, closing and reloading.
-#include <gtest/gtest.h>
-
-#include <QAction>
-#include <QApplication>
 #include <QElapsedTimer>
-#include <QKeyEvent>
-#include <QMenuBar>
-#include <QMouseEvent>
-#include <QPixmap>
 #include <cmath>
-#include <string>
-#include <utility>
 
 #include "QtTestApp.h"
 #include "app/GraphForm.h"
-#include "app/MainForm.h"
-#include "gui/MainWindow.h"
-#include "gui/QtBitmap.h"
 #include "gui/ViewerWindow.h"
-
-namespace {
-
-const char* const kSample = KINETRA_SOURCE_DIR "/examples/sample.qvi";
 
 // Pixels the series add to the picture: the same chart drawn without its data differs
 // from the screenshot in this many places.
-int SeriesInk(ViewerWindow& viewer, const QImage& shot) {
+static int SeriesInk(ViewerWindow& viewer, const QImage& shot) {
   TQVgraph& graph = viewer.graph().Graph;
   graph.HasData = false;
   const QImage frame = viewer.grab().toImage();
   graph.HasData = true;
-  int differing = 0;
-  for (int y = 0; y < shot.height() && y < frame.height(); ++y)
-    for (int x = 0; x < shot.width() && x < frame.width(); ++x)
-      differing += shot.pixel(x, y) != frame.pixel(x, y);
-  return differing;
-}
-
-int CountRed(const QImage& image) {
-  int red = 0;
-  for (int y = 0; y < image.height(); ++y)
-    for (int x = 0; x < image.width(); ++x) red += (image.pixel(x, y) & 0xFFFFFF) == 0xFF0000;
-  return red;
+  return DifferentPixels(shot, frame, 0, std::min(shot.width(), frame.width()));
 }
 
 // The first stretch of 10 or more frames in a row in which two tracks stay within
 // 0.2 µm, as a binding pair does: its first point in `a` and its length (0: none).
-std::pair<int32_t, int32_t> JointStretch(const SpotRec& a, const SpotRec& b) {
+static std::pair<int32_t, int32_t> JointStretch(const SpotRec& a, const SpotRec& b) {
   int32_t run = 0, lastClose = -1;
   for (int32_t j = 0; j < a.NPoints; ++j) {
     const int32_t k = a.FirstFrame + j - b.FirstFrame;
     if (k < 0 || k >= b.NPoints) continue;
-    if (std::hypot(a.X[j] - b.X[k], a.Y[j] - b.Y[k]) < 0.2) {
-      ++run;
-      lastClose = j;
-    } else if (run >= 10) {
+    if (std::hypot(a.X[j] - b.X[k], a.Y[j] - b.Y[k]) < 0.2)
+      ++run, lastClose = j;
+    else if (run >= 10)
       break;
-    } else {
+    else
       run = 0;
-    }
   }
-  if (run < 10) return {0, 0};
-  return {lastClose - run + 1, run};
+  return run < 10 ? std::pair<int32_t, int32_t>{0, 0} : std::pair{lastClose - run + 1, run};
 }
 
-class ViewerWindowTest : public ::testing::Test {
+// The main window with the sample open and the viewer on its first selected track of at
+// least `points` points.
+class ViewerWindowTest : public QtTest {
  protected:
   void SetUp() override {
-    EnsureQtApp();
-    InstallQtBitmapFactory();
+    window.show();
+    window.OpenFiles({kSample});
+  }
+  void ShowTrack(int32_t points) {
+    for (int32_t i = 0; i < form.Spots.NSpots && track < 0; ++i)
+      if (form.Spots[i].Selected && form.Spots[i].NPoints >= points) track = i;
+    ASSERT_GE(track, 0);
+    form.CurSpot = track;
+    form.ShowCurrentSpot();
   }
   static QImage Shot(ViewerWindow& viewer, const std::string& name) {
     QApplication::processEvents();
@@ -77,30 +55,19 @@ class ViewerWindowTest : public ::testing::Test {
     image.save(QString::fromStdString(KINETRA_BINARY_DIR "/viewer_" + name + ".png"));
     return image;
   }
-};
-
-}  // namespace
-
-TEST_F(ViewerWindowTest, EveryViewOfASampleTrack) {
-  MainWindow window(false);
-  window.show();
-  window.OpenFiles({kSample});
+  MainWindow window{false};
   TMainForm& form = window.form();
   ViewerWindow& viewer = *window.viewer();
   TGraphForm& graph = viewer.graph();
-  EXPECT_FALSE(viewer.isVisible());
-
   int32_t track = -1;
-  for (int32_t i = 0; i < form.Spots.NSpots && track < 0; ++i)
-    if (form.Spots[i].Selected && form.Spots[i].NPoints >= 150) track = i;
-  ASSERT_GE(track, 0);
-  form.CurSpot = track;
-  form.ShowCurrentSpot();
+};
+
+TEST_F(ViewerWindowTest, EveryViewOfASampleTrack) {
+  EXPECT_FALSE(viewer.isVisible());
+  ShowTrack(150);
   ASSERT_TRUE(viewer.isVisible());
-  EXPECT_EQ(viewer.windowTitle().toStdString(), "Kinetra - Graph");
-  QStringList menus;
-  for (QAction* action : viewer.menuBar()->actions()) menus << action->text();
-  EXPECT_EQ(menus.join("|").toStdString(), "File|Settings|Show");
+  EXPECT_EQ(viewer.windowTitle().toStdString() + " " + MenuTitles(viewer.menuBar()),
+            "Kinetra - Graph File|Settings|Show");
   EXPECT_EQ(graph.Graph.Caption, kSample);
 
   const char* views[] = {"IntensityXY", "Show_MSD_dT",    "ShowDistAutoCorr",
@@ -114,7 +81,7 @@ TEST_F(ViewerWindowTest, EveryViewOfASampleTrack) {
   viewer.RunCommand("ShowVelocity");
   EXPECT_GT(SeriesInk(viewer, Shot(viewer, "velocity")), 1000);
   viewer.RunCommand("ShowVelocity");
-  EXPECT_GT(CountRed(Shot(viewer, "intensity")), 300);
+  EXPECT_GT(CountPixels(Shot(viewer, "intensity"), qRgb(255, 0, 0)), 300);
 
   // A binding pair of the sample in the fused view.
   int32_t first = -1, second = -1;
@@ -123,48 +90,27 @@ TEST_F(ViewerWindowTest, EveryViewOfASampleTrack) {
       if (!form.Spots[i].Selected || !form.Spots[k].Selected) continue;
       const auto [start, length] = JointStretch(form.Spots[i], form.Spots[k]);
       if (length == 0) continue;
-      first = i;
-      second = k;
-      form.Spots[i].SegStart[0] = start;
-      form.Spots[i].SegLen[0] = length;
+      first = i, second = k, form.Spots[i].SegStart[0] = start, form.Spots[i].SegLen[0] = length;
     }
   ASSERT_GE(first, 0);
-  form.Spots[first].Partner = second;
-  form.Spots[second].Partner = first;
-  form.CurSpot = first;
+  form.Spots[first].Partner = second, form.Spots[second].Partner = first, form.CurSpot = first;
   ASSERT_TRUE(graph.ShowFusedTracks());
   EXPECT_GT(SeriesInk(viewer, Shot(viewer, "fused")), 1000);
 }
 
 TEST_F(ViewerWindowTest, KeysMouseTimerResizeAndClose) {
-  MainWindow window(false);
-  window.show();
-  window.OpenFiles({kSample});
-  TMainForm& form = window.form();
-  ViewerWindow& viewer = *window.viewer();
-  TGraphForm& graph = viewer.graph();
-  int32_t track = -1;
-  for (int32_t i = 0; i < form.Spots.NSpots && track < 0; ++i)
-    if (form.Spots[i].Selected && form.Spots[i].NPoints >= 100) track = i;
-  ASSERT_GE(track, 0);
-  form.CurSpot = track;
-  form.ShowCurrentSpot();
+  ShowTrack(100);
   viewer.resize(700, 480);
   QApplication::processEvents();
   QWidget* canvas = viewer.centralWidget();
-  EXPECT_EQ(graph.Graph.Bitmap->Width(), canvas->width());
-  EXPECT_EQ(graph.Graph.Bitmap->Height(), canvas->height());
+  EXPECT_EQ(QSize(graph.Graph.Bitmap->Width(), graph.Graph.Bitmap->Height()), canvas->size());
 
-  QKeyEvent right(QEvent::KeyPress, Qt::Key_Right, Qt::NoModifier);
-  QApplication::sendEvent(&viewer, &right);
+  PressKey(&viewer, Qt::Key_Right);
   EXPECT_EQ(graph.FirstIndex, 1);
-  QKeyEvent plus(QEvent::KeyPress, Qt::Key_Plus, Qt::KeypadModifier);
-  QApplication::sendEvent(&viewer, &plus);
+  PressKey(&viewer, Qt::Key_Plus, Qt::KeypadModifier);
   EXPECT_EQ(graph.Graph.Series[1].SymbolSize, 11);
-  QKeyEvent pageUp(QEvent::KeyPress, Qt::Key_PageUp, Qt::NoModifier);
-  QApplication::sendEvent(&viewer, &pageUp);
-  EXPECT_GT(form.CurSpot, track);
-  EXPECT_EQ(graph.SpotIndex, form.CurSpot);
+  PressKey(&viewer, Qt::Key_PageUp);
+  EXPECT_TRUE(form.CurSpot > track && graph.SpotIndex == form.CurSpot);
 
   // Dragging over the middle of the time axis zooms in and offers the trim.
   QApplication::processEvents();
@@ -178,9 +124,8 @@ TEST_F(ViewerWindowTest, KeysMouseTimerResizeAndClose) {
   mouse(QEvent::MouseButtonPress, x1, Qt::LeftButton);
   mouse(QEvent::MouseMove, x2, Qt::LeftButton);
   mouse(QEvent::MouseButtonRelease, x2, Qt::NoButton);
-  EXPECT_GT(graph.FirstIndex, 0);
-  EXPECT_LT(graph.LastIndex, form.Spots[graph.SpotIndex].NPoints - 1);
-  EXPECT_TRUE(graph.Menu.Item("RemoveEnds").enabled);
+  EXPECT_TRUE(graph.FirstIndex > 0 && graph.LastIndex < form.Spots[graph.SpotIndex].NPoints - 1 &&
+              graph.Menu.Item("RemoveEnds").enabled);
   Shot(viewer, "zoomed");
   mouse(QEvent::MouseMove, (x1 + x2) / 2, Qt::NoButton);
   EXPECT_EQ(graph.StatusText.rfind("Time=", 0), 0u);
