@@ -67,9 +67,11 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
   const QviStop stop =
       PlainAnalysis
           ? ReadTracksReference(reader, Spots, S, rules, *Scratch)
-          : ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *Scratch, [&] {
-              platform_.Progress(path, std::min(1.0, static_cast<double>(reader.Offset()) / bytes));
-            }, 0.1, MsdCurves.get());
+          : ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *Scratch,
+                               {[&] {
+                                 platform_.Progress(path, std::min(1.0, reader.Offset() / bytes));
+                               }},
+                               MsdCurves.get());
   platform_.Progress(path, 1.0);
   if (stop == QviStop::AllocationFailed)
     platform_.ShowMessage("Can not allocate memory for Int, X, Y data");

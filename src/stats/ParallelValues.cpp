@@ -11,6 +11,8 @@
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 // Rough cost of a track's values in pair additions: the overlapping MSD dominates.
 int64_t TrackWork(const SpotRec& track) {
   const int64_t n = track.NPoints > 0 ? track.NPoints : 0;
@@ -101,6 +103,25 @@ class ChunkPipeline {
   bool closed_ = false;
 };
 
+// Whether a pause is due.
+class PauseTimer {
+ public:
+  explicit PauseTimer(const LoadPauses& pauses)
+      : pauses_(pauses), next_(Clock::now() + Seconds(pauses.first)) {}
+  bool Due() const { return pauses_.pause && Clock::now() >= next_; }
+  void Pause() {
+    pauses_.pause();
+    next_ = Clock::now() + Seconds(pauses_.every);
+  }
+
+ private:
+  static Clock::duration Seconds(double s) {
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(s));
+  }
+  const LoadPauses& pauses_;
+  Clock::time_point next_;
+};
+
 }  // namespace
 
 WorkerScratch::WorkerScratch(const ThreadPool& pool)
@@ -143,20 +164,15 @@ void ComputeTrackValuesParallel(TrackStore& store, int32_t first, int32_t end,
 
 QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings& settings,
                            const PairRules& rules, ThreadPool& pool, MsdScratch& scratch,
-                           const std::function<void()>& pause, double pauseSeconds,
-                           MsdCurveCache* curves) {
-  using Clock = std::chrono::steady_clock;
+                           const LoadPauses& pauses, MsdCurveCache* curves) {
   WorkerScratch workers(pool);
+  PauseTimer timer(pauses);
   if (!workers.Ready() || !pool.Threaded()) {
     // Short of memory or threads for the workers: compute each track here as it comes.
-    auto lastPause = Clock::now();
     return reader.ReadTracks(store, [&](SpotRec& track) {
       ComputeTrackValues(track, settings, rules, scratch);
       KeepCurve(curves, store, static_cast<int32_t>(&track - &store[0]), rules, scratch);
-      if (pause && Clock::now() - lastPause >= std::chrono::duration<double>(pauseSeconds)) {
-        pause();
-        lastPause = Clock::now();
-      }
+      if (timer.Due()) timer.Pause();
     });
   }
 
@@ -164,6 +180,7 @@ QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings&
   // is the one part that cannot be shared out, and a worker competing with it for a
   // processor would only hold it up. Once the file is read, every worker joins in.
   const unsigned whileReading = pool.Slots() > 1 ? pool.Slots() - 1 : 1;
+  const unsigned afterReading = pool.Slots() - whileReading;
   ChunkPipeline pipeline(pool, [&store, &settings, &rules, &workers, curves](
                                    int32_t from, int32_t to, unsigned worker) {
     ComputeRange(store, from, to, settings, rules, workers[worker], false, curves);
@@ -174,7 +191,6 @@ QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings&
   int32_t handed = first;  // tracks [first, handed) have been read
   int32_t queued = first;  // tracks [first, queued) have been given to the workers
   int64_t pendingWork = 0;
-  auto lastPause = Clock::now();
   const QviStop stop = reader.ReadTracks(store, [&](SpotRec& track) {
     // The reader hands over the records in store order, each before it is counted.
     handed = static_cast<int32_t>(&track - &store[0]) + 1;
@@ -183,15 +199,16 @@ QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings&
     pipeline.Push(queued, handed);
     queued = handed;
     pendingWork = 0;
-    if (pause && Clock::now() - lastPause >= std::chrono::duration<double>(pauseSeconds)) {
+    if (timer.Due()) {
+      // Every worker helps to run the queue dry, so no processor idles meanwhile.
+      pipeline.Start(afterReading);
       pipeline.Stop();
-      pause();
+      timer.Pause();
       pipeline.Start(whileReading);
-      lastPause = Clock::now();
     }
   });
   if (queued < handed) pipeline.Push(queued, handed);
-  pipeline.Start(pool.Slots() - whileReading);
+  pipeline.Start(afterReading);
   pipeline.Stop();
   return stop;
 }

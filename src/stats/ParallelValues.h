@@ -36,16 +36,23 @@ void ComputeTrackValuesParallel(TrackStore& store, int32_t first, int32_t end,
                                 ThreadPool& pool, MsdScratch& scratch, bool mobilityOnly = false,
                                 MsdCurveCache* curves = nullptr);
 
+// When a long load stops for `pause` (progress reports): first after `first` seconds
+// (no one sees progress sooner), then every `every` seconds.
+struct LoadPauses {
+  std::function<void()> pause;
+  double first = 0.5;
+  double every = 0.2;
+};
+
 // The rest of the file into the store, exactly as QviReader::ReadTracks reads it, while
 // the pool computes the per-track values of the tracks read so far. Values are computed
 // for every track ReadTracks hands over, including one it drops again when memory runs
-// out, as reading one by one does. About every `pauseSeconds` the workers are let run dry
-// and `pause` is called on this thread (progress reports go there: whatever it does, no
-// worker is touching the store meanwhile).
+// out, as reading one by one does. At each pause the workers are let run dry before
+// `pause` is called on this thread (whatever it does, no worker is touching the store
+// meanwhile).
 QviStop ReadTracksParallel(QviReader& reader, TrackStore& store, const Settings& settings,
                            const PairRules& rules, ThreadPool& pool, MsdScratch& scratch,
-                           const std::function<void()>& pause = {}, double pauseSeconds = 0.1,
-                           MsdCurveCache* curves = nullptr);
+                           const LoadPauses& pauses = {}, MsdCurveCache* curves = nullptr);
 
 // The plain path kept for comparison: each track's values with the scalar loops, on this
 // thread, as soon as the track is read.

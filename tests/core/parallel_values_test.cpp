@@ -169,10 +169,10 @@ TEST(ParallelLoad, SameStoreAsReadingOneByOne) {
     ASSERT_TRUE(a.Open(file) && b.Open(file));
     EXPECT_EQ(ReadTracksReference(a, plain, s, rules, *scratch), QviStop::EndOfFile);
     // Pausing at every chunk: by then every track read so far has its values.
-    const QviStop stop = ReadTracksParallel(b, fast, s, rules, pool, *scratch, [&] {
+    const QviStop stop = ReadTracksParallel(b, fast, s, rules, pool, *scratch, {[&] {
       ++pauses;
       for (int32_t i = 0; i < fast.NSpots; ++i) ASSERT_EQ(Values(fast[i]), Values(plain[i]));
-    }, 0.0);
+    }, 0.0, 0.0});
     EXPECT_EQ(stop, QviStop::EndOfFile);
   }
   EXPECT_TRUE(fast.NSpots == 1200 + 360 && pauses > 3) << pauses;
