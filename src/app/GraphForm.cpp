@@ -38,30 +38,14 @@ const ViewItem kViews[] = {
 std::vector<MenuItem> ViewerMenuItems() {
   std::vector<MenuItem> items;
   auto menu = [&](const char* name, const char* caption, const char* parent = "") {
-    MenuItem m;
-    m.name = name;
-    m.caption = caption;
-    m.parent = parent;
-    m.isMenu = true;
-    items.push_back(m);
+    items.push_back(MenuItem::SubMenu(name, caption, parent));
   };
   auto command = [&](const char* parent, const char* name, const char* caption,
                      const char* shortcut = "") {
-    MenuItem m;
-    m.name = name;
-    m.caption = caption;
-    m.parent = parent;
-    m.shortcut = shortcut;
-    items.push_back(m);
+    items.push_back(MenuItem::Command(parent, name, caption, shortcut));
   };
   auto toggle = [&](const char* parent, const char* name, const char* caption, bool checked) {
-    MenuItem m;
-    m.name = name;
-    m.caption = caption;
-    m.parent = parent;
-    m.checkable = true;
-    m.checked = checked;
-    items.push_back(m);
+    items.push_back(MenuItem::Toggle(parent, name, caption, checked));
   };
 
   menu("File", "File");

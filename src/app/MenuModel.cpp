@@ -7,7 +7,7 @@ namespace {
 struct Row {
   const char* name;
   const char* caption;
-  const char* shortcut;
+  const char* shortcut = "";
 };
 
 }  // namespace
@@ -19,31 +19,13 @@ void MenuModel::Add(MenuItem item) {
 
 MenuModel::MenuModel() {
   auto menu = [this](const char* name, const char* caption, const char* parent = "") {
-    MenuItem m;
-    m.name = name;
-    m.caption = caption;
-    m.parent = parent;
-    m.isMenu = true;
-    Add(m);
+    Add(MenuItem::SubMenu(name, caption, parent));
   };
   auto commands = [this](const char* parent, std::initializer_list<Row> rows) {
-    for (const Row& r : rows) {
-      MenuItem m;
-      m.name = r.name;
-      m.caption = r.caption;
-      m.shortcut = r.shortcut;
-      m.parent = parent;
-      Add(m);
-    }
+    for (const Row& r : rows) Add(MenuItem::Command(parent, r.name, r.caption, r.shortcut));
   };
   auto toggle = [this](const char* parent, const char* name, const char* caption, bool checked) {
-    MenuItem m;
-    m.name = name;
-    m.caption = caption;
-    m.parent = parent;
-    m.checkable = true;
-    m.checked = checked;
-    Add(m);
+    Add(MenuItem::Toggle(parent, name, caption, checked));
   };
   // The first item of a radio group starts checked unless another is named.
   auto radios = [this](const char* parent, int group, std::initializer_list<Row> rows,

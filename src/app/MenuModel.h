@@ -18,6 +18,28 @@ struct MenuItem {
   bool checked = false;
   bool enabled = true;
   bool isMenu = false;  // a sub-menu rather than a command
+
+  // The three kinds of item, as the menu tables write them.
+  static MenuItem SubMenu(const char* name, const char* caption, const char* parent = "") {
+    MenuItem m = Command(parent, name, caption);
+    m.isMenu = true;
+    return m;
+  }
+  static MenuItem Command(const char* parent, const char* name, const char* caption,
+                          const char* shortcut = "") {
+    MenuItem m;
+    m.name = name;
+    m.parent = parent;
+    m.caption = caption;
+    m.shortcut = shortcut;
+    return m;
+  }
+  static MenuItem Toggle(const char* parent, const char* name, const char* caption, bool checked) {
+    MenuItem m = Command(parent, name, caption);
+    m.checkable = true;
+    m.checked = checked;
+    return m;
+  }
 };
 
 class MenuModel {
