@@ -107,15 +107,36 @@ DropChoice ScanDrops(const float* in, int32_t n, int32_t w, float* window) {
   if (w <= 0 || n - w <= w) return scan;  // no position to try
   const int32_t windows = n - w;  // starts 0 .. n-w-1; the last reads in[n-2]
   int32_t j = 0;
-  for (; j + W <= windows; j += W) {
-    V sum = Ops::Zero();
-    for (int32_t t = 0; t < w; ++t) sum = Ops::Add(sum, Ops::Load(in + j + t));
-    Ops::Store(window + j, sum);
+  // Four vectors of windows at a time: each sum waits for its previous add, so several
+  // side by side keep the adder busy.
+  for (; j + 4 * W <= windows; j += 4 * W) {
+    V s0 = Ops::Zero(), s1 = Ops::Zero(), s2 = Ops::Zero(), s3 = Ops::Zero();
+    for (int32_t t = 0; t < w; ++t) {
+      s0 = Ops::Add(s0, Ops::Load(in + j + t));
+      s1 = Ops::Add(s1, Ops::Load(in + j + W + t));
+      s2 = Ops::Add(s2, Ops::Load(in + j + 2 * W + t));
+      s3 = Ops::Add(s3, Ops::Load(in + j + 3 * W + t));
+    }
+    Ops::Store(window + j, s0);
+    Ops::Store(window + j + W, s1);
+    Ops::Store(window + j + 2 * W, s2);
+    Ops::Store(window + j + 3 * W, s3);
   }
-  for (; j < windows; ++j) {
-    float sum = 0;
-    for (int32_t t = 0; t < w; ++t) sum += in[j + t];
-    window[j] = sum;
+  auto vectorOfWindows = [&](int32_t from) {
+    V sum = Ops::Zero();
+    for (int32_t t = 0; t < w; ++t) sum = Ops::Add(sum, Ops::Load(in + from + t));
+    Ops::Store(window + from, sum);
+  };
+  for (; j + W <= windows; j += W) vectorOfWindows(j);
+  if (j < windows && windows >= W) {
+    // The last vector ends at the last window; the sums it forms again come out the same.
+    vectorOfWindows(windows - W);
+  } else {
+    for (; j < windows; ++j) {
+      float sum = 0;
+      for (int32_t t = 0; t < w; ++t) sum += in[j + t];
+      window[j] = sum;
+    }
   }
   int32_t k = w;
   float before[W], after[W];

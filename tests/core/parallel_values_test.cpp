@@ -112,11 +112,13 @@ TEST(FastKernels, BatchesAndSingleTracksMatchThePlainLoops) {
 
   auto scratch = std::make_unique<BatchScratch>();
   auto plainScratch = std::make_unique<MsdScratch>();
-  for (auto [step, independent, absoluteX, timeScale] :
-       {std::tuple{3, false, false, 1.0}, {1, true, true, 1.0 / 60}, {7, false, true, 1.0},
-        {3, true, false, 1.0}, {0, false, false, 1.0}}) {
+  // Drop windows from none to longer than most tracks, so every shape of window-sum block
+  // and tail is met.
+  for (auto [step, independent, absoluteX, timeScale, dropWindow] :
+       {std::tuple{3, false, false, 1.0, 10}, {1, true, true, 1.0 / 60, 1}, {7, false, true, 1.0, 40},
+        {3, true, false, 1.0, 3}, {0, false, false, 1.0, 0}}) {
     Settings s;
-    s.VelocityStep = step, s.TimeScale = timeScale;
+    s.VelocityStep = step, s.TimeScale = timeScale, s.IntDropWindow = dropWindow;
     const PairRules rules{independent, absoluteX};
     std::vector<std::vector<char>> want;
     for (const SpotRec& t : tracks) {
