@@ -334,8 +334,8 @@ int main(int argc, char** argv) {
   bool allIdentical = true;
 
   // Loads: the file is read once beforehand, so both paths find it in the page cache.
-  const double readMs = ReadIntoMemoryMs(manyFile, 5, true);
-  const double copyMs = ReadIntoMemoryMs(manyFile, 5, false);
+  const double readMs = ReadIntoMemoryMs(manyFile, 9, true);
+  const double copyMs = ReadIntoMemoryMs(manyFile, 9, false);
   double manyFastMs = 0;
   for (const auto& [file, tracks, points] :
        {std::tuple{manyFile, manyTracks, manyPoints}, std::tuple{longFile, longTracks, longPoints}}) {
@@ -343,9 +343,9 @@ int main(int argc, char** argv) {
     load.path = file;
     Case c{"load " + Size(tracks, points), [&](Path) { load.Prepare(); },
            [&](Path p) { load.Run(p); }, [&] { return load.Result(); }};
-    // This machine's speed drifts by a third between runs: more turns for the short
-    // load, so that both paths meet its fast spells.
-    c.repeats = 5;
+    // This machine's speed drifts by a third, in spells of seconds: more turns for the
+    // loads, so that both paths meet its fast spells.
+    c.repeats = 9;
     if (!Wanted(c.name)) continue;
     const auto [reference, fast] = Compare(c);
     const bool identical =
