@@ -48,7 +48,7 @@ SlabHeader* HeaderOf(const void* address) {
 char* MapSlab() {
   // Twice the size, then the ends cut off, leaves a slab aligned to its size.
   void* mapped = mmap(nullptr, 2 * kSlabBytes, PROT_READ | PROT_WRITE,
-                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+                      MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mapped == MAP_FAILED) return nullptr;
   char* start = static_cast<char*>(mapped);
   const auto bits = reinterpret_cast<std::uintptr_t>(start);
