@@ -8,6 +8,7 @@
 
 #include "app/MainForm.h"
 #include "edit/Drift.h"
+#include "edit/TrackPoints.h"
 #include "plot/Canvas.h"
 #include "stats/Histogram.h"
 #include "store/Numbers.h"
@@ -455,13 +456,17 @@ void TGraphForm::Trimmed(bool recomputeMobility) {
   SetStatus(TrackStatusLine(SpotIndex));
 }
 
-void TGraphForm::RemoveFirstValClick() {
+SpotRec* TGraphForm::TrackKeeping(int32_t points) {
   SpotRec* track = ShownTrack();
+  if (track && points >= kMinTrimmedPoints) return track;
+  main_.platform().Beep();  // too short to trim further
+  return nullptr;
+}
+
+void TGraphForm::RemoveFirstValClick() {
   const int32_t n = ShownPoints();
-  if (!track || n - 1 < kMinTrimmedPoints) {
-    main_.platform().Beep();
-    return;
-  }
+  SpotRec* track = TrackKeeping(n - 1);
+  if (!track) return;
   ClampIndexes();
   // Entry i takes entry i + 1 from the first shown point on; the spare entries past the
   // end keep the last value readable.
@@ -476,51 +481,37 @@ void TGraphForm::RemoveFirstValClick() {
 }
 
 void TGraphForm::RemoveEndValClick() {
-  SpotRec* track = ShownTrack();
   const int32_t n = ShownPoints();
-  if (!track || n - 1 < kMinTrimmedPoints) {
-    main_.platform().Beep();
-    return;
-  }
+  SpotRec* track = TrackKeeping(n - 1);
+  if (!track) return;
   track->NPoints = n - 1;
   Trimmed(false);
 }
 
 void TGraphForm::RemoveEndsMClick() {
-  SpotRec* track = ShownTrack();
   const int32_t n = ShownPoints();
-  if (!track || n - 2 < kMinTrimmedPoints) {
-    main_.platform().Beep();
-    return;
-  }
-  for (int32_t i = 0; i + 2 < n; ++i) {
-    track->Int[i] = track->Int[i + 1];
-    track->X[i] = track->X[i + 1];
-    track->Y[i] = track->Y[i + 1];
-  }
+  SpotRec* track = TrackKeeping(n - 2);
+  if (!track) return;
+  MoveFramesDownOne(*track, n - 2);
   track->NPoints = n - 2;
-  track->FirstFrame = track->FirstFrame < INT32_MAX ? track->FirstFrame + 1 : INT32_MAX;
+  track->FirstFrame = SaturatingAdd(track->FirstFrame, 1);
   FirstIndex = std::max(FirstIndex - 1, 0);
   LastIndex = std::max(LastIndex - 1, 0);
   Trimmed(true);
 }
 
 void TGraphForm::RemoveEndsClick() {
-  SpotRec* track = ShownTrack();
   ClampIndexes();
   const int32_t kept = LastIndex - FirstIndex + 1;
-  if (!track || !ZoomedIn() || kept < kMinTrimmedPoints) {
-    main_.platform().Beep();
-    return;
-  }
+  SpotRec* track = TrackKeeping(ZoomedIn() ? kept : 0);  // nothing to keep unless zoomed in
+  if (!track) return;
   for (int32_t i = 0; i < kept; ++i) {
     track->Int[i] = track->Int[FirstIndex + i];
     track->X[i] = track->X[FirstIndex + i];
     track->Y[i] = track->Y[FirstIndex + i];
   }
   track->NPoints = kept;
-  const int64_t firstFrame = int64_t{track->FirstFrame} + FirstIndex;
-  track->FirstFrame = static_cast<int32_t>(std::min<int64_t>(firstFrame, INT32_MAX));
+  track->FirstFrame = SaturatingAdd(track->FirstFrame, FirstIndex);
   FirstIndex = 0;
   LastIndex = kept - 1;
   // The kept stretch is a new track: its mean intensity and drop as well as its mobility.

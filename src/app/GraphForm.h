@@ -169,6 +169,8 @@ class TGraphForm {
   void TooShort();
 
   void Trimmed(bool recomputeMobility);
+  // The shown track when a trim leaves it `points` points; otherwise a beep and null.
+  SpotRec* TrackKeeping(int32_t points);
   bool ZoomedIn() const;
   void Repaint();
   void SetStatus(const std::string& text);

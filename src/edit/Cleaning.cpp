@@ -12,11 +12,7 @@ void RemoveEnds(TrackStore& store) {
     t.FirstFrame = SaturatingAdd(t.FirstFrame, 1);
     const int32_t n = std::max(UsablePoints(t) - 2, 0);
     t.NPoints = n;
-    for (int32_t j = 0; j < n; ++j) {
-      t.X[j] = t.X[j + 1];
-      t.Y[j] = t.Y[j + 1];
-      t.Int[j] = t.Int[j + 1];
-    }
+    MoveFramesDownOne(t, n);
   }
 }
 

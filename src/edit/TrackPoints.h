@@ -20,3 +20,10 @@ inline int32_t SaturatingAdd(int32_t a, int64_t b) {
   return static_cast<int32_t>(std::clamp<int64_t>(sum, std::numeric_limits<int32_t>::min(),
                                                   std::numeric_limits<int32_t>::max()));
 }
+
+// Every frame of [0, count) takes the one after it, in all three arrays (the caller keeps
+// count + 1 within the arrays).
+inline void MoveFramesDownOne(SpotRec& track, int32_t count) {
+  for (FrameArray* frames : {&track.Int, &track.X, &track.Y})
+    std::copy(frames->data() + 1, frames->data() + 1 + std::max(count, 0), frames->data());
+}
