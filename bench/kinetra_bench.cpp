@@ -115,9 +115,9 @@ Snapshot PanelSnapshot(const TMainForm& form) {
   }
   s.Add(form.Spots.NSelected);
   s.Add(form.StatusText);
-  s.Add(form.Results.AverDlat);
-  s.Add(form.Results.DlatSD);
-  s.Add(form.Results.AverInstVel);
+  s.Add(form.Registers.AverDlat);
+  s.Add(form.Registers.DlatSD);
+  s.Add(form.Registers.AverInstVel);
   return s;
 }
 

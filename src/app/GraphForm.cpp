@@ -6,12 +6,18 @@
 #include <cstdio>
 #include <new>
 
-#include "app/MainForm.h"
+#include "app/SaveDialogs.h"
+#include "app/GraphDialog.h"
+#include "app/Platform.h"
+#include "app/ViewerHost.h"
+#include "app/VirtualKeys.h"
 #include "edit/Drift.h"
 #include "edit/TrackPoints.h"
 #include "plot/Canvas.h"
 #include "stats/Histogram.h"
 #include "store/Numbers.h"
+#include "store/Settings.h"
+#include "store/TrackStore.h"
 
 namespace {
 
@@ -23,68 +29,59 @@ constexpr int kMinDrag = 3;
 // The replay takes at most this many timer ticks, however long the track.
 constexpr int32_t kReplayTicks = 200;
 
-const FileDialog kTextSaveDialog{"Save Distributions as TXT", "Data as TXT (for Excel) |*.txt",
-                                 "txt", false, true};
-
-struct ViewItem {
-  const char* item;
-  const char* name;
-};
-const ViewItem kViews[] = {
+const char* const kViews[][2] = {
     {"IntensityXY", ViewName::IntXY},      {"Show_MSD_dT", ViewName::MsdDt},
     {"ShowDistAutoCorr", ViewName::AutoCorr}, {"ShowXverYgraph", ViewName::XverY},
     {"ShowYverIntens", ViewName::YverInt}, {"ShowDrift", ViewName::Drift},
 };
 
-std::vector<MenuItem> ViewerMenuItems() {
-  std::vector<MenuItem> items;
-  auto menu = [&](const char* name, const char* caption, const char* parent = "") {
-    items.push_back(MenuItem::SubMenu(name, caption, parent));
-  };
-  auto command = [&](const char* parent, const char* name, const char* caption,
-                     const char* shortcut = "") {
-    items.push_back(MenuItem::Command(parent, name, caption, shortcut));
-  };
-  auto toggle = [&](const char* parent, const char* name, const char* caption, bool checked) {
-    items.push_back(MenuItem::Toggle(parent, name, caption, checked));
-  };
+using R = RowMaker<TGraphForm>;
+using G = TGraphForm;
+constexpr Changes kNothing = Changes::Nothing;
+constexpr Changes kPoints = Changes::Points;
 
-  menu("File", "File");
-  command("File", "SaveAsTXT", "Save Data as TXT");
-  command("File", "RemoveEnds", "Remove Unselected Ends");
-  items.back().enabled = false;
-  command("File", "PrintGraph", "Print Graph", "Ctrl+P");
-  menu("Settings", "Settings");
-  command("Settings", "SetGraph", "Graph Settings");
-  toggle("Settings", "AutoYscale", "Autoscale  Y axis", true);
-  toggle("Settings", "UseRelativeXY", "Use Relative XY coor.", true);
-  toggle("Settings", "DynamicXY", "DynamicXY", false);
-  menu("Show", "Show");
-  const char* captions[] = {"Intensity+XY", "MSD-dT",         "DistAutoCorr",
-                            "Show X ver Y", "Show Int ver Y", "Show Drift"};
-  for (size_t i = 0; i < std::size(kViews); ++i) {
-    toggle("Show", kViews[i].item, captions[i], i == 0);
-    items.back().group = kViewerShowGroup;
-  }
-  command("Show", "ShowVelocity", "ShowVelocity");
-  menu("Popup", "", "Popup");
-  command("Popup", "GraphSettings", "Graph Settings", "Ctrl+Q");
-  command("Popup", "SaveDataAsTXT", "Save Data as TXT");
-  command("Popup", "RemoveEndsM", "Remove Ends");
-  command("Popup", "RemoveFirstVal", "RemoveFirstVal", "Ctrl+F");
-  command("Popup", "RemoveEndVal", "RemoveEndVal", "Ctrl+E");
-  return items;
-}
-
-std::string Truncated(double value, double scale, double step) {
-  return FormatReal(TruncateTo(value, scale, step));
-}
+const CommandRow<TGraphForm> kCommands[] = {
+    R::SubMenu("File", "File"),
+    R::Command("File", "SaveAsTXT", "Save Data as TXT", &G::SaveDataAsTXTClick, kNothing),
+    R::Disabled(
+        R::Command("File", "RemoveEnds", "Remove Unselected Ends", &G::RemoveEndsClick, kPoints)),
+    R::Command("File", "PrintGraph", "Print Graph", &G::PrintGraphClick, kNothing, Answer::None,
+               "Ctrl+P"),
+    R::SubMenu("Settings", "Settings"),
+    R::Command("Settings", "SetGraph", "Graph Settings", &G::GraphSettingsClick, kNothing),
+    R::Toggle("Settings", "AutoYscale", "Autoscale  Y axis", &G::DrawTrack, kNothing, true),
+    R::Toggle("Settings", "UseRelativeXY", "Use Relative XY coor.", &G::DrawTrack, kNothing, true),
+    R::Toggle("Settings", "DynamicXY", "DynamicXY", &G::DynamicXYClick, kNothing),
+    R::SubMenu("Show", "Show"),
+    R::Radio("Show", kViewerShowGroup, "IntensityXY", "Intensity+XY", &G::ShowViewClick, kNothing,
+             true),
+    R::Radio("Show", kViewerShowGroup, "Show_MSD_dT", "MSD-dT", &G::ShowViewClick, kNothing),
+    R::Radio("Show", kViewerShowGroup, "ShowDistAutoCorr", "DistAutoCorr", &G::ShowViewClick,
+             kNothing),
+    R::Radio("Show", kViewerShowGroup, "ShowXverYgraph", "Show X ver Y", &G::ShowViewClick,
+             kNothing),
+    R::Radio("Show", kViewerShowGroup, "ShowYverIntens", "Show Int ver Y", &G::ShowViewClick,
+             kNothing),
+    R::Radio("Show", kViewerShowGroup, "ShowDrift", "Show Drift", &G::ShowViewClick, kNothing),
+    R::Command("Show", "ShowVelocity", "ShowVelocity", &G::ShowVelocityClick, kNothing),
+    R::SubMenu("Popup", "", "Popup"),
+    R::Command("Popup", "GraphSettings", "Graph Settings", &G::GraphSettingsClick, kNothing,
+               Answer::None, "Ctrl+Q"),
+    R::Command("Popup", "SaveDataAsTXT", "Save Data as TXT", &G::SaveDataAsTXTClick, kNothing),
+    R::Command("Popup", "RemoveEndsM", "Remove Ends", &G::RemoveEndsMClick, kPoints),
+    R::Command("Popup", "RemoveFirstVal", "RemoveFirstVal", &G::RemoveFirstValClick, kPoints,
+               Answer::None, "Ctrl+F"),
+    R::Command("Popup", "RemoveEndVal", "RemoveEndVal", &G::RemoveEndValClick, kPoints,
+               Answer::None, "Ctrl+E"),
+};
 
 }  // namespace
 
 std::string ViewerNumber(float value) { return FormatG(value, 6); }
 
-TGraphForm::TGraphForm(TMainForm& main) : Menu(ViewerMenuItems()), main_(main) {
+std::span<const CommandRow<TGraphForm>> TGraphForm::Commands() { return kCommands; }
+
+TGraphForm::TGraphForm(ViewerHost& host) : host_(host) {
   Data.reset(new (std::nothrow) float[static_cast<size_t>(kViewerRows) * kViewerStride]());
   pairCounts_.reset(new (std::nothrow) double[kHistogramBins]());
   Graph.XTitle = "Time (s)";
@@ -98,7 +95,7 @@ TGraphForm::TGraphForm(TMainForm& main) : Menu(ViewerMenuItems()), main_(main) {
   Graph.DataRows = kViewerRows;
   Graph.SeriesCount = 6;
   Graph.HasData = Ready();
-  Graph.OnBeep = [this] { main_.platform().Beep(); };
+  Graph.OnBeep = [this] { host_.platform().Beep(); };
   struct Look {
     TColor color;
     int style;
@@ -138,16 +135,19 @@ void TGraphForm::SetTimer(bool enabled) {
   if (OnTimer) OnTimer(enabled);
 }
 
-SpotRec* TGraphForm::ShownTrack() {
-  if (!main_.Ready() || SpotIndex < 0 || SpotIndex >= main_.Spots.NSpots) return nullptr;
-  return &main_.Spots[SpotIndex];
+const SpotRec* TGraphForm::ShownTrack() const {
+  if (!host_.Ready() || SpotIndex < 0 || SpotIndex >= host_.Tracks().NSpots) return nullptr;
+  return &host_.Tracks()[SpotIndex];
+}
+
+SpotRec* TGraphForm::TrimmedTrack() {
+  if (!ShownTrack()) return nullptr;
+  return &host_.ChangeTracks()[SpotIndex];
 }
 
 int32_t TGraphForm::ShownPoints() const {
-  if (!main_.Ready() || SpotIndex < 0 || SpotIndex >= main_.Spots.NSpots) return 0;
-  const SpotRec& t = main_.Spots[SpotIndex];
-  const int32_t n = std::min({t.NPoints, kMaxPoints, t.X.size(), t.Y.size(), t.Int.size()});
-  return std::max(n, 0);
+  const SpotRec* track = ShownTrack();
+  return track ? track->ReadablePoints() : 0;
 }
 
 void TGraphForm::ClampIndexes() {
@@ -162,9 +162,9 @@ bool TGraphForm::ZoomedIn() const {
   return n > 0 && (FirstIndex > 0 || LastIndex < n - 1);
 }
 
-double TGraphForm::LagUnit() const { return main_.S.dT * main_.S.TimeScale; }
+double TGraphForm::LagUnit() const { return host_.CurrentSettings().LagUnit(); }
 
-std::string TGraphForm::TimeUnit() const { return main_.TimeUnit; }
+const std::string& TGraphForm::TimeUnit() const { return host_.TimeUnitText(); }
 
 float TGraphForm::TimeOf(const SpotRec& track, int32_t k) const {
   return static_cast<float>((static_cast<double>(track.FirstFrame) + k) * LagUnit());
@@ -174,12 +174,12 @@ float TGraphForm::TimeOf(const SpotRec& track, int32_t k) const {
 // ones; "Use Relative XY coor." measures from the first shown point instead.
 float TGraphForm::XOf(const SpotRec& track, int32_t k) const {
   if (relativeXY_) return track.X[k] - track.X[FirstIndex];
-  return main_.Format2016 ? track.X[k] : static_cast<float>(track.PosX * 0.1 + track.X[k]);
+  return host_.AbsolutePositions() ? track.X[k] : static_cast<float>(track.PosX * 0.1 + track.X[k]);
 }
 
 float TGraphForm::YOf(const SpotRec& track, int32_t k) const {
   if (relativeXY_) return track.Y[k] - track.Y[FirstIndex];
-  return main_.Format2016 ? track.Y[k] : static_cast<float>(track.PosY * 0.1 + track.Y[k]);
+  return host_.AbsolutePositions() ? track.Y[k] : static_cast<float>(track.PosY * 0.1 + track.Y[k]);
 }
 
 double TGraphForm::XValueAt(int x) const {
@@ -197,7 +197,7 @@ void TGraphForm::ResetDisplayFlags() {
 }
 
 void TGraphForm::ShowSpot(int32_t index) {
-  if (!main_.Ready() || index < 0 || index >= main_.Spots.NSpots) return;
+  if (!host_.Ready() || index < 0 || index >= host_.Tracks().NSpots) return;
   SpotIndex = index;
   FirstIndex = 0;
   LastIndex = std::max(ShownPoints() - 1, 0);
@@ -207,15 +207,15 @@ void TGraphForm::ShowSpot(int32_t index) {
 }
 
 bool TGraphForm::ShowFusedTracks() {
-  const int32_t count = main_.Ready() ? main_.Spots.NSpots : 0;
-  const int32_t start = std::clamp(main_.CurSpot, 0, std::max(count - 1, 0));
+  const int32_t count = host_.Ready() ? host_.Tracks().NSpots : 0;
+  const int32_t start = std::clamp(host_.CurrentObject(), 0, std::max(count - 1, 0));
   for (int32_t step = 0; step < count; ++step) {
     const int32_t i = (start + step) % count;
-    const SpotRec& t = main_.Spots[i];
+    const SpotRec& t = host_.Tracks()[i];
     const int32_t k = t.Partner;
-    if (!t.Selected || k < 0 || k >= count || k == i || main_.Spots[k].Partner != i) continue;
+    if (!t.Selected || k < 0 || k >= count || k == i || host_.Tracks()[k].Partner != i) continue;
     // The searching member carries the joint stretch; the view is built around it.
-    const bool partnerSearched = t.SegLen[0] <= 0 && main_.Spots[k].SegLen[0] > 0;
+    const bool partnerSearched = t.SegLen[0] <= 0 && host_.Tracks()[k].SegLen[0] > 0;
     SpotIndex = partnerSearched ? k : i;
     FusedPartner = partnerSearched ? i : k;
     FusedView = true;
@@ -225,12 +225,12 @@ bool TGraphForm::ShowFusedTracks() {
     SetStatus(TrackStatusLine(SpotIndex));
     return true;
   }
-  main_.platform().ShowMessage("No dual tracks selected");
+  host_.platform().ShowMessage("No dual tracks selected");
   return false;
 }
 
 double TGraphForm::MaxDistance(const SpotRec& track) {
-  const int32_t n = std::max(std::min({track.NPoints, track.X.size(), track.Y.size()}), 0);
+  const int32_t n = track.ReadablePoints();
   double best = 0;
   for (int32_t k = 1; k < n; ++k) {
     const float dx = track.X[k] - track.X[0];
@@ -251,27 +251,27 @@ bool TGraphForm::GoodTrack(const SpotRec& track, const Settings& settings) {
 }
 
 std::string TGraphForm::TrackStatusLine(int32_t index) const {
-  if (!main_.Ready() || index < 0 || index >= main_.Spots.NSpots) return {};
-  const SpotRec& t = main_.Spots[index];
-  return "Vel=" + Truncated(t.AverVel, 1000, 0.001) + " µm/s, SpotNum=" + std::to_string(index) +
-         ", Dlat=" + Truncated(t.Dlat, 1000, 0.001) + "µm2/s, Stest=" +
-         Truncated(t.STest, 100, 0.01) + ", maxDist=" + Truncated(MaxDistance(t), 1000, 0.001) +
-         (GoodTrack(t, main_.S) ? " ,GOOD" : " ,BAD") + " dualInd=" + std::to_string(t.Partner);
+  if (!host_.Ready() || index < 0 || index >= host_.Tracks().NSpots) return {};
+  const SpotRec& t = host_.Tracks()[index];
+  return "Vel=" + TruncatedText(t.AverVel, 1000, 0.001) + " µm/s, SpotNum=" + std::to_string(index) +
+         ", Dlat=" + TruncatedText(t.Dlat, 1000, 0.001) + "µm2/s, Stest=" +
+         TruncatedText(t.STest, 100, 0.01) + ", maxDist=" + TruncatedText(MaxDistance(t), 1000, 0.001) +
+         (GoodTrack(t, host_.CurrentSettings()) ? " ,GOOD" : " ,BAD") + " dualInd=" + std::to_string(t.Partner);
 }
 
 // --- window events
 
 void TGraphForm::KeyDown(int key) {
   switch (key) {
-    case ViewerKey::PageUp: main_.NextSpotClick(); return;
-    case ViewerKey::PageDown: main_.PrevSpotClick(); return;
-    case ViewerKey::Add:
-    case ViewerKey::Subtract: {
+    case VirtualKey::PageUp: host_.NextObject(); return;
+    case VirtualKey::PageDown: host_.PrevObject(); return;
+    case VirtualKey::Add:
+    case VirtualKey::Subtract: {
       // The symbol size of the main series, within what the settings dialog accepts.
       int& size = Graph.Series[1].SymbolSize;
-      const int changed = size + (key == ViewerKey::Add ? 5 : -5);
+      const int changed = size + (key == VirtualKey::Add ? 5 : -5);
       if (changed < 1 || changed > 50) {
-        main_.platform().Beep();
+        host_.platform().Beep();
         return;
       }
       size = changed;
@@ -283,10 +283,10 @@ void TGraphForm::KeyDown(int key) {
   if (ShownPoints() == 0) return;
   // Left/Right move the first shown point, Down/Up the last; at least two stay shown.
   switch (key) {
-    case ViewerKey::Left: FirstIndex = std::max(FirstIndex - 1, 0); break;
-    case ViewerKey::Right: FirstIndex = std::min(FirstIndex + 1, std::max(LastIndex - 1, 0)); break;
-    case ViewerKey::Down: LastIndex = std::max(LastIndex - 1, std::min(FirstIndex + 1, LastIndex)); break;
-    case ViewerKey::Up: LastIndex = std::min(LastIndex + 1, ShownPoints() - 1); break;
+    case VirtualKey::Left: FirstIndex = std::max(FirstIndex - 1, 0); break;
+    case VirtualKey::Right: FirstIndex = std::min(FirstIndex + 1, std::max(LastIndex - 1, 0)); break;
+    case VirtualKey::Down: LastIndex = std::max(LastIndex - 1, std::min(FirstIndex + 1, LastIndex)); break;
+    case VirtualKey::Up: LastIndex = std::min(LastIndex + 1, ShownPoints() - 1); break;
     default: return;
   }
   DrawTrack();
@@ -332,7 +332,7 @@ void TGraphForm::MouseUp(int x, int /*y*/) {
     last = k;
   }
   if (first < 0 || last - first < 1) {
-    main_.platform().Beep();
+    host_.platform().Beep();
     return;
   }
   FirstIndex = first;
@@ -358,7 +358,7 @@ void TGraphForm::FormClose(bool recompute) {
   SetTimer(false);
   if (Menu.Checked("DynamicXY")) Menu.SetChecked("DynamicXY", false);
   dragStartX_ = -1;
-  if (recompute) main_.UpdateAnalysis();
+  if (recompute) host_.Recompute();
 }
 
 void TGraphForm::GraphTimerTimer() {
@@ -378,52 +378,27 @@ void TGraphForm::GraphTimerTimer() {
 // --- commands
 
 bool TGraphForm::RunCommand(std::string_view name) {
-  struct Entry {
-    const char* name;
-    void (TGraphForm::*handler)();
-  };
-  static const Entry kCommands[] = {
-      {"GraphSettings", &TGraphForm::GraphSettingsClick},
-      {"SetGraph", &TGraphForm::GraphSettingsClick},
-      {"SaveDataAsTXT", &TGraphForm::SaveDataAsTXTClick},
-      {"SaveAsTXT", &TGraphForm::SaveDataAsTXTClick},
-      {"RemoveEndsM", &TGraphForm::RemoveEndsMClick},
-      {"RemoveEnds", &TGraphForm::RemoveEndsClick},
-      {"RemoveFirstVal", &TGraphForm::RemoveFirstValClick},
-      {"RemoveEndVal", &TGraphForm::RemoveEndValClick},
-      {"PrintGraph", &TGraphForm::PrintGraphClick},
-      {"AutoYscale", &TGraphForm::AutoYscaleClick},
-      {"UseRelativeXY", &TGraphForm::UseRelativeXYClick},
-      {"DynamicXY", &TGraphForm::DynamicXYClick},
-      {"ShowVelocity", &TGraphForm::ShowVelocityClick},
-  };
-  for (const Entry& entry : kCommands) {
-    if (name != entry.name) continue;
-    if (Menu.Has(name) && !Menu.Item(name).enabled) return true;
-    (this->*entry.handler)();
-    return true;
-  }
-  for (const ViewItem& view : kViews) {
-    if (name != view.item) continue;
-    ShowViewClick(name);
-    return true;
-  }
-  return false;
+  const CommandRow<TGraphForm>* row = FindCommand(Commands(), name);
+  if (!row) return false;
+  if (Menu.Item(name).enabled && row->changes >= Changes::PairRule) host_.ChangeTracks();
+  RunRow(*this, Menu, *row);
+  return true;
 }
 
 void TGraphForm::GraphSettingsClick() {
-  if (!main_.QVgraphDlgForm) return;
-  main_.QVgraphDlgForm->AttachGraph(Graph, [this] { Repaint(); });
-  main_.platform().ShowGraphDialog(*main_.QVgraphDlgForm);
+  TQVgraphDlgForm* dialog = host_.GraphDialog();
+  if (!dialog) return;
+  dialog->AttachGraph(Graph, [this] { Repaint(); });
+  host_.platform().ShowGraphDialog(*dialog);
   Repaint();
 }
 
 void TGraphForm::SaveDataAsTXTClick() {
-  const std::optional<std::string> path = main_.platform().SaveFileDialog(kTextSaveDialog);
+  const std::optional<std::string> path = host_.platform().SaveFileDialog(kTextSaveDialog);
   if (!path) return;
   std::FILE* file = std::fopen(path->c_str(), "w");
   if (!file) {
-    main_.platform().ShowMessage("Can not open file to write data");
+    host_.platform().ShowMessage("Can not open file to write data");
     return;
   }
   // The header names the time view's columns whatever the view shows.
@@ -438,28 +413,27 @@ void TGraphForm::SaveDataAsTXTClick() {
   }
   const bool written = std::fputs(text.c_str(), file) >= 0;
   if (std::fclose(file) != 0 || !written)
-    main_.platform().ShowMessage("Can not open file to write data");
+    host_.platform().ShowMessage("Can not open file to write data");
 }
 
 // Every trim ends the same way: the shown stretch is clipped to the new track, the
 // track is redrawn and the main window recomputes.
 void TGraphForm::Trimmed(bool recomputeMobility) {
-  main_.TracksChanged();  // the kept MSD curve of the trimmed track is stale
-  SpotRec* track = ShownTrack();
+  SpotRec* track = TrimmedTrack();
   if (track && recomputeMobility)
-    RecomputeMobility(*track, main_.S, main_.CurrentPairRules(), *main_.Scratch);
+    RecomputeMobility(*track, host_.CurrentSettings(), host_.CurrentPairRules(), host_.Scratch());
   ClampIndexes();
   DrawTrack();
-  main_.UpdateAnalysis();
+  host_.Recompute();
   // The selection may have changed: the cross and the status line follow it.
   DrawTrack();
   SetStatus(TrackStatusLine(SpotIndex));
 }
 
 SpotRec* TGraphForm::TrackKeeping(int32_t points) {
-  SpotRec* track = ShownTrack();
+  SpotRec* track = TrimmedTrack();
   if (track && points >= kMinTrimmedPoints) return track;
-  main_.platform().Beep();  // too short to trim further
+  host_.platform().Beep();  // too short to trim further
   return nullptr;
 }
 
@@ -516,27 +490,16 @@ void TGraphForm::RemoveEndsClick() {
   LastIndex = kept - 1;
   // The kept stretch is a new track: its mean intensity and drop as well as its mobility.
   track->AverInt = AverageIntensity(*track);
-  FindIntensityDrop(*track, main_.S.IntDropWindow);
+  FindIntensityDrop(*track, host_.CurrentSettings().IntDropWindow);
   Trimmed(true);
 }
 
 void TGraphForm::PrintGraphClick() {
   Render();
-  if (Graph.Bitmap) main_.PrintBitmap(*Graph.Bitmap);
-}
-
-void TGraphForm::AutoYscaleClick() {
-  Menu.Toggle("AutoYscale");
-  DrawTrack();
-}
-
-void TGraphForm::UseRelativeXYClick() {
-  Menu.Toggle("UseRelativeXY");
-  DrawTrack();
+  if (Graph.Bitmap) host_.PrintPicture(*Graph.Bitmap);
 }
 
 void TGraphForm::DynamicXYClick() {
-  Menu.Toggle("DynamicXY");
   const bool on = Menu.Checked("DynamicXY");
   if (on) {
     // The replay draws the path: the X/Y view, from the first shown point.
@@ -550,10 +513,10 @@ void TGraphForm::DynamicXYClick() {
 }
 
 void TGraphForm::ShowViewClick(std::string_view item) {
-  for (const ViewItem& view : kViews) {
-    if (item != view.item) continue;
+  for (const auto& view : kViews) {
+    if (item != view[0]) continue;
     Menu.SetChecked(item, true);
-    ShowName = view.name;
+    ShowName = view[1];
     FusedView = false;
     DrawTrack();
     return;

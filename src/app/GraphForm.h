@@ -9,11 +9,12 @@
 #include <string>
 #include <string_view>
 
+#include "app/CommandTable.h"
 #include "app/MenuModel.h"
 #include "plot/TQVgraph.h"
 
 class Canvas;
-class TMainForm;
+class ViewerHost;
 struct DriftTables;
 struct Settings;
 struct SpotRec;
@@ -31,13 +32,6 @@ inline constexpr int32_t kMinTrimmedPoints = 3;
 inline constexpr int kViewerWidth = 900;
 inline constexpr int kViewerHeight = 560;
 
-// Virtual key codes the viewer reacts to.
-namespace ViewerKey {
-inline constexpr int PageUp = 33, PageDown = 34;
-inline constexpr int Left = 37, Up = 38, Right = 39, Down = 40;
-inline constexpr int Add = 107, Subtract = 109;  // the numeric keypad's plus and minus
-}  // namespace ViewerKey
-
 // The names the shown view is kept under.
 namespace ViewName {
 inline constexpr const char* IntXY = "Show_(Int+XY)";
@@ -54,17 +48,20 @@ std::string ViewerNumber(float value);
 
 class TGraphForm {
  public:
-  explicit TGraphForm(TMainForm& main);
+  explicit TGraphForm(ViewerHost& host);
   ~TGraphForm();
   TGraphForm(const TGraphForm&) = delete;
   TGraphForm& operator=(const TGraphForm&) = delete;
+
+  // The viewer's command table: its menus in menu order.
+  static std::span<const CommandRow<TGraphForm>> Commands();
 
   // False when the matrix could not be allocated; the viewer then shows nothing.
   bool Ready() const { return Data != nullptr; }
 
   TQVgraph Graph;
   std::unique_ptr<float[]> Data;  // kViewerRows x kViewerStride, zero at creation
-  MenuModel Menu;
+  MenuModel Menu{MenuItemsOf(Commands())};
 
   // The track shown (-1: none) and the first and last shown point of it.
   int32_t SpotIndex = -1;
@@ -122,7 +119,10 @@ class TGraphForm {
   // Draws the graph into its bitmap, as a paint would (picture output without a window).
   void Render();
 
-  // --- commands, named after their menu items
+  // Runs a menu item by its component name; false when there is no such item.
+  bool RunCommand(std::string_view name);
+
+  // --- command handlers, named after their menu items (the table runs them)
   void GraphSettingsClick();
   void SaveDataAsTXTClick();
   void RemoveEndsMClick();  // "Remove Ends": the first and the last point
@@ -130,14 +130,9 @@ class TGraphForm {
   void RemoveFirstValClick();
   void RemoveEndValClick();
   void PrintGraphClick();
-  void AutoYscaleClick();
-  void UseRelativeXYClick();
   void DynamicXYClick();
   void ShowViewClick(std::string_view item);
   void ShowVelocityClick();
-
-  // Runs a menu item by its component name; false when there is no such item.
-  bool RunCommand(std::string_view name);
 
   // Pixel column of the graph to the X value under it, from the last layout.
   double XValueAt(int x) const;
@@ -145,14 +140,16 @@ class TGraphForm {
  private:
   // Points of the shown track that may be read; 0 when none is shown.
   int32_t ShownPoints() const;
-  SpotRec* ShownTrack();
+  const SpotRec* ShownTrack() const;
+  // The shown track for a trim (the kept MSD curves go stale); null when none is shown.
+  SpotRec* TrimmedTrack();
   void ClampIndexes();
   // The track's time of point k and its X/Y as the view shows them.
   float TimeOf(const SpotRec& track, int32_t k) const;
   float XOf(const SpotRec& track, int32_t k) const;
   float YOf(const SpotRec& track, int32_t k) const;
   double LagUnit() const;
-  std::string TimeUnit() const;
+  const std::string& TimeUnit() const;
 
   // View builders (GraphViews.cpp); each fills rows from 0 and returns the point count.
   int32_t BuildIntensityXY(const SpotRec& track);
@@ -177,7 +174,7 @@ class TGraphForm {
   void SetTimer(bool enabled);
   float* Row(int r) const { return Data.get() + static_cast<size_t>(r) * kViewerStride; }
 
-  TMainForm& main_;
+  ViewerHost& host_;
   std::unique_ptr<DriftTables> drift_;
   std::unique_ptr<double[]> pairCounts_;
   int32_t filledEnd_ = 0;  // rows hold values up to here (exclusive)

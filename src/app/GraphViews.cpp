@@ -8,7 +8,8 @@
 #include <limits>
 
 #include "app/GraphForm.h"
-#include "app/MainForm.h"
+#include "app/Platform.h"
+#include "app/ViewerHost.h"
 #include "edit/Drift.h"
 #include "plot/Canvas.h"
 #include "plot/Ticks.h"
@@ -17,31 +18,18 @@
 #include "stats/StepDistributionPanel.h"
 #include "stats/TrackValues.h"
 #include "store/Numbers.h"
+#include "store/Settings.h"
+#include "store/TrackStore.h"
 
 namespace {
 
 // A point that is not there: neither a circle nor a line is drawn to it.
 constexpr float kNoValue = -1e9f;
 
-std::string Truncated(double value, double scale, double step) {
-  return FormatReal(TruncateTo(value, scale, step));
-}
 
-// A range that can be drawn: finite, and widened when empty.
-void Widen(double& first, double& last) {
-  if (!std::isfinite(first) || !std::isfinite(last) || first > last) {
-    first = 0;
-    last = 1;
-  }
-  if (!(last > first)) {
-    const double d = first != 0 ? std::fabs(first) * 0.1 : 1.0;
-    first -= d;
-    last += d;
-  }
-}
-
+// A drawable range with `fraction` of its width added at both ends.
 void Pad(double& first, double& last, double fraction) {
-  Widen(first, last);
+  DrawableRange(first, last);
   const double pad = (last - first) * fraction;
   first -= pad;
   last += pad;
@@ -73,7 +61,7 @@ void TGraphForm::StartView(int32_t points) {
 }
 
 void TGraphForm::ScaleAxes(double xFirst, double xLast) {
-  Widen(xFirst, xLast);
+  DrawableRange(xFirst, xLast);
   Graph.FirstXval = xFirst;
   Graph.LastXval = xLast;
   Graph.TickXdist = NiceTickDistance(xLast - xFirst, 8);
@@ -96,12 +84,12 @@ void TGraphForm::ScaleAxes(double xFirst, double xLast) {
 void TGraphForm::TooShort() {
   StartView(0);
   Graph.Notes[0] = "Too short XY track";
-  main_.platform().ShowMessage("Too short XY track");
+  host_.platform().ShowMessage("Too short XY track");
 }
 
 void TGraphForm::DrawTrack() {
   if (!Ready()) return;
-  Graph.Caption = main_.ViewerCaption.empty() ? "NO DATA" : main_.ViewerCaption;
+  Graph.Caption = host_.TrackSource().empty() ? "NO DATA" : host_.TrackSource();
   for (std::string& note : Graph.Notes) note.clear();
   Graph.XTitle = "Time (" + TimeUnit() + ")";
   Graph.Y0Title = "Intesity (counts/pix)";
@@ -117,9 +105,9 @@ void TGraphForm::DrawTrack() {
   }
   // A track the current selection does not count is crossed out.
   Graph.CrossOut = track->Selected == 0;
-  const int32_t count = main_.Spots.NSpots;
-  if (FusedView && FusedPartner >= 0 && FusedPartner < count && FusedPartner != SpotIndex)
-    BuildFused(*track, main_.Spots[FusedPartner]);
+  const TrackStore& spots = host_.Tracks();
+  if (FusedView && FusedPartner >= 0 && FusedPartner < spots.NSpots && FusedPartner != SpotIndex)
+    BuildFused(*track, spots[FusedPartner]);
   else if (ShowName == ViewName::MsdDt)
     BuildMsd(*track);
   else if (ShowName == ViewName::AutoCorr)
@@ -143,8 +131,9 @@ int32_t TGraphForm::BuildIntensityXY(const SpotRec& t) {
   const int32_t n = ShownPoints();
   StartView(m);
   const bool drop = t.IntBefore > t.IntAfter && t.StepIndex >= 0 && t.StepIndex < n;
-  const int32_t step = main_.S.VelocityStep;
-  const float T = static_cast<float>(step * main_.S.dT * main_.S.TimeScale);
+  const Settings& settings = host_.CurrentSettings();
+  const int32_t step = settings.VelocityStep;
+  const float T = static_cast<float>(settings.FramesTime(step));
   for (int32_t j = 0; j < m; ++j) {
     const int32_t k = FirstIndex + j;
     Row(0)[j] = TimeOf(t, k);
@@ -154,11 +143,7 @@ int32_t TGraphForm::BuildIntensityXY(const SpotRec& t) {
     Row(4)[j] = k < t.StepIndex ? t.IntBefore : t.IntAfter;
     Row(5)[j] = drop && k == t.StepIndex ? 1.0f : 0.0f;
     Row(6)[j] = kNoValue;
-    if (step >= 1 && T > 0 && k + step < n) {
-      const float dx = t.X[k + step] - t.X[k];
-      const float dy = t.Y[k + step] - t.Y[k];
-      Row(6)[j] = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T);
-    }
+    if (step >= 1 && T > 0 && k + step < n) Row(6)[j] = InstantVelocity(t, k, step, T, false);
   }
   Row(0)[m] = Row(0)[m - 1];
   SeriesRec* s = Graph.Series;
@@ -174,9 +159,9 @@ int32_t TGraphForm::BuildIntensityXY(const SpotRec& t) {
   }
   Graph.Y1Title = "X blue, Y green (µm)";
   Graph.Notes[0] = drop ? "Intensity drop at t=" + ViewerNumber(TimeOf(t, t.StepIndex)) +
-                              TimeUnit() + ": " + Truncated(t.IntBefore, 10, 0.1) + " -> " +
-                              Truncated(t.IntAfter, 10, 0.1) +
-                              " counts, Stest=" + Truncated(t.STest, 100, 0.01)
+                              TimeUnit() + ": " + TruncatedText(t.IntBefore, 10, 0.1) + " -> " +
+                              TruncatedText(t.IntAfter, 10, 0.1) +
+                              " counts, Stest=" + TruncatedText(t.STest, 100, 0.01)
                         : "No intensity drop";
   double first = Row(0)[0], last = Row(0)[m - 1];
   Pad(first, last, 0.02);
@@ -197,7 +182,7 @@ int32_t TGraphForm::BuildMsd(const SpotRec& t) {
   float* dk = Row(9);
   const float lag = static_cast<float>(LagUnit());
   const double dlat = CalcTrackMSD(t.X.data() + FirstIndex, t.Y.data() + FirstIndex, m, lag, dk, msd,
-                                   main_.CurrentPairRules().IndependentPairs);
+                                   host_.CurrentPairRules().IndependentPairs);
   const bool fitted = std::isfinite(dlat);
   for (int32_t k = 1; k < K; ++k) {
     const float lagTime = k * lag;
@@ -215,12 +200,12 @@ int32_t TGraphForm::BuildMsd(const SpotRec& t) {
     xs.Add(XOf(t, k));
     ys.Add(YOf(t, k));
   }
-  Graph.XTitle = "dt (" + TimeUnit() + ")    minX=" + Truncated(xs.lo, 1000, 0.001) +
-                 ", maxX=" + Truncated(xs.hi, 1000, 0.001) + ",minY=" + Truncated(ys.lo, 1000, 0.001) +
-                 ", maxY=" + Truncated(ys.hi, 1000, 0.001);
+  Graph.XTitle = "dt (" + TimeUnit() + ")    minX=" + TruncatedText(xs.lo, 1000, 0.001) +
+                 ", maxX=" + TruncatedText(xs.hi, 1000, 0.001) + ",minY=" + TruncatedText(ys.lo, 1000, 0.001) +
+                 ", maxY=" + TruncatedText(ys.hi, 1000, 0.001);
   Graph.Y0Title = "MSD (µm2)";
-  Graph.Notes[0] = "Obj=" + std::to_string(SpotIndex) + ", Dlat=" + Truncated(dlat, 1000, 0.001) +
-                   main_.DlatUnit + " (" + std::to_string(m) + " points)";
+  Graph.Notes[0] = "Obj=" + std::to_string(SpotIndex) + ", Dlat=" + TruncatedText(dlat, 1000, 0.001) +
+                   host_.DlatUnitText() + " (" + std::to_string(m) + " points)";
   ScaleAxes(0, Row(0)[K - 2] * 1.02);
   if (Menu.Checked("AutoYscale") && Graph.FirstY0val > 0) {
     Graph.FirstY0val = 0;
@@ -240,12 +225,12 @@ int32_t TGraphForm::BuildAutoCorr(const SpotRec& t) {
   std::fill_n(pairCounts_.get(), kHistogramBins, 0.0);
   double sum = 0;
   const int64_t pairs =
-      AddTrackStepPairs(t.X.data() + FirstIndex, t.Y.data() + FirstIndex, m, static_cast<float>(main_.S.DistanceBin),
+      AddTrackStepPairs(t.X.data() + FirstIndex, t.Y.data() + FirstIndex, m, static_cast<float>(host_.CurrentSettings().DistanceBin),
                         pairCounts_.get(), sum, kMaxStepPairs);
   StartView(0);
   float* bins = Row(8);
   for (int32_t i = 0; i < kHistogramBins; ++i) bins[i] = static_cast<float>(pairCounts_[i]);
-  const int32_t points = HistogramPoints(bins, Row(0), Row(4), main_.S.DistanceBin, 0, false);
+  const int32_t points = HistogramPoints(bins, Row(0), Row(4), host_.CurrentSettings().DistanceBin, 0, false);
   Graph.DataEnd = points;
   filledEnd_ = points + 1;
   Graph.Series[4].Show = points > 0;
@@ -255,8 +240,8 @@ int32_t TGraphForm::BuildAutoCorr(const SpotRec& t) {
   Graph.Notes[0] = "Obj=" + std::to_string(SpotIndex) + ", " + std::to_string(m) +
                    " dataPoints, " + std::to_string(pairs) + " pairs up to " +
                    std::to_string(kStepWindow) + " frames apart, AverDist=" +
-                   Truncated(pairs > 0 ? sum / static_cast<double>(pairs) : 0, 10, 0.1) + "nm";
-  ScaleAxes(0, points > 0 ? Row(0)[points - 1] + main_.S.DistanceBin : 1);
+                   TruncatedText(pairs > 0 ? sum / static_cast<double>(pairs) : 0, 10, 0.1) + "nm";
+  ScaleAxes(0, points > 0 ? Row(0)[points - 1] + host_.CurrentSettings().DistanceBin : 1);
   if (Menu.Checked("AutoYscale")) {
     Graph.FirstY0val = 0;
     Graph.TickY0dist = NiceTickDistance(Graph.LastY0val, 5);
@@ -301,8 +286,8 @@ int32_t TGraphForm::BuildXverY(const SpotRec& t) {
   Graph.XTitle = "Distance X (um)";
   Graph.Y0Title = "Distance Y (um)";
   Graph.Notes[0] = "Obj=" + std::to_string(SpotIndex) + " (" + std::to_string(m) +
-                   "points), Slope=" + Truncated(slope, 1000, 0.001) +
-                   " offSet=" + Truncated(offset, 1000, 0.001);
+                   "points), Slope=" + TruncatedText(slope, 1000, 0.001) +
+                   " offSet=" + TruncatedText(offset, 1000, 0.001);
   if (xs.Empty() || ys.Empty()) {
     ScaleAxes(0, 1);
     return shown;
@@ -319,13 +304,13 @@ int32_t TGraphForm::BuildXverY(const SpotRec& t) {
   const double perPixel = std::max((xs.hi - xs.lo) / width, (ys.hi - ys.lo) / height) * 1.1;
   double xFirst = (xs.lo + xs.hi) / 2 - perPixel * width / 2;
   double xLast = (xs.lo + xs.hi) / 2 + perPixel * width / 2;
-  Widen(xFirst, xLast);
+  DrawableRange(xFirst, xLast);
   ScaleAxes(xFirst, xLast);
   Graph.TickXdist = NiceTickDistance(xLast - xFirst, 5);
   if (Menu.Checked("AutoYscale")) {
     double yFirst = (ys.lo + ys.hi) / 2 - perPixel * height / 2;
     double yLast = (ys.lo + ys.hi) / 2 + perPixel * height / 2;
-    Widen(yFirst, yLast);
+    DrawableRange(yFirst, yLast);
     Graph.FirstY0val = yFirst;
     Graph.LastY0val = yLast;
     Graph.TickY0dist = NiceTickDistance(yLast - yFirst, 5);
@@ -361,8 +346,8 @@ int32_t TGraphForm::BuildYverInt(const SpotRec& t) {
   Graph.XTitle = "Intensity (AU)";
   Graph.Y0Title = "Distance Y (um)";
   Graph.Notes[0] = "Obj=" + std::to_string(SpotIndex) + " (" + std::to_string(m) +
-                   "points), Slope=" + Truncated(slope, 1000000, 0.000001) +
-                   " offSet=" + Truncated(offset, 1000, 0.001);
+                   "points), Slope=" + TruncatedText(slope, 1000000, 0.000001) +
+                   " offSet=" + TruncatedText(offset, 1000, 0.001);
   double first = is.Empty() ? 0 : is.lo, last = is.Empty() ? 1 : is.hi;
   Pad(first, last, 0.05);
   ScaleAxes(first, last);
@@ -375,10 +360,10 @@ int32_t TGraphForm::BuildYverInt(const SpotRec& t) {
 int32_t TGraphForm::BuildDrift(const SpotRec& t) {
   if (!drift_) drift_.reset(new (std::nothrow) DriftTables);
   if (!drift_) {
-    main_.platform().ShowMessage("Can not allocate memory for drift data");
+    host_.platform().ShowMessage("Can not allocate memory for drift data");
     return 0;
   }
-  ComputeDriftPath(main_.Spots, *drift_);
+  ComputeDriftPath(host_.Tracks(), *drift_);
   const int32_t m = LastIndex - FirstIndex + 1;
   StartView(m);
   auto slot = [&](int32_t k) {
@@ -407,8 +392,8 @@ int32_t TGraphForm::BuildDrift(const SpotRec& t) {
   const int32_t end = slot(LastIndex);
   if (start >= 0 && end >= 0)
     Graph.Notes[0] = "Drift over the shown frames: dX=" +
-                     Truncated(drift_->DriftX[end] - startX, 10000, 0.0001) + " µm, dY=" +
-                     Truncated(drift_->DriftY[end] - startY, 10000, 0.0001) + " µm";
+                     TruncatedText(drift_->DriftX[end] - startX, 10000, 0.0001) + " µm, dY=" +
+                     TruncatedText(drift_->DriftY[end] - startY, 10000, 0.0001) + " µm";
   else
     Graph.Notes[0] = "Frames outside 0..9999 have no drift";
   double first = Row(0)[0], last = Row(0)[m - 1];
@@ -422,13 +407,12 @@ int32_t TGraphForm::BuildDrift(const SpotRec& t) {
 // Distance (black), and white marks over the joint stretch.
 int32_t TGraphForm::BuildFused(const SpotRec& s, const SpotRec& p) {
   const int32_t ns = ShownPoints();
-  const int32_t np =
-      std::max(std::min({p.NPoints, kMaxPoints, p.X.size(), p.Y.size(), p.Int.size()}), 0);
+  const int32_t np = p.ReadablePoints();
   const int64_t f0 = std::min<int64_t>(s.FirstFrame, p.FirstFrame);
   const int64_t f1 = std::max<int64_t>(int64_t{s.FirstFrame} + ns, int64_t{p.FirstFrame} + np);
   const int32_t len = static_cast<int32_t>(std::clamp<int64_t>(f1 - f0, 1, kViewerStride - 1));
   StartView(len);
-  const bool absolute = main_.Format2016;
+  const bool absolute = host_.AbsolutePositions();
   auto at = [absolute](const SpotRec& t, int32_t k, bool y) {
     const float v = y ? t.Y[k] : t.X[k];
     if (absolute) return static_cast<double>(v);
@@ -436,7 +420,7 @@ int32_t TGraphForm::BuildFused(const SpotRec& s, const SpotRec& p) {
   };
   const int64_t segFirst = s.SegStart[0];
   const int64_t segEnd = segFirst + std::max(s.SegLen[0], 0);
-  const float critical = static_cast<float>(main_.S.CriticalDistance);
+  const float critical = static_cast<float>(host_.CurrentSettings().CriticalDistance);
   const double lag = LagUnit();
   for (int32_t j = 0; j < len; ++j) {
     const int64_t f = f0 + j;

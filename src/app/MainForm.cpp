@@ -32,10 +32,10 @@ TMainForm::TMainForm(Platform& platform) : platform_(platform) {
   }
   LeftData.reset(new (std::nothrow) float[kPanelRows * kPanelStride]());
   RightData.reset(new (std::nothrow) float[kPanelRows * kPanelStride]());
-  Scratch.reset(new (std::nothrow) MsdScratch());
+  ScratchArrays.reset(new (std::nothrow) MsdScratch());
   WorkRows.reset(new (std::nothrow) float[kWorkRows * kRowLength]());
   MsdCurves.reset(new (std::nothrow) MsdCurveCache());
-  if (!LeftData || !RightData || !Scratch || !WorkRows) {
+  if (!LeftData || !RightData || !ScratchArrays || !WorkRows) {
     Spots.Spots.reset();
     platform_.ShowMessage("Can not allocate memory for SPOT data");
     platform_.CloseMainWindow();
@@ -44,7 +44,9 @@ TMainForm::TMainForm(Platform& platform) : platform_(platform) {
   SetupPanel(LeftGraph, LeftData.get(), "Intensity drop(counts/pix)", 1);
   SetupPanel(RightGraph, RightData.get(), "Dlat (µm2/s)", 5);
   LeftGraph.OnBeep = RightGraph.OnBeep = [this] { platform_.Beep(); };
-  RegisterCommands();
+  // Made right after the main window, as the program creates its other two windows.
+  GraphForm = std::make_unique<TGraphForm>(*this);
+  QVgraphDlgForm = std::make_unique<TQVgraphDlgForm>(platform_);
 }
 
 TMainForm::~TMainForm() = default;
@@ -61,18 +63,19 @@ PairRules TMainForm::CurrentPairRules() const {
   return rules;
 }
 
-void TMainForm::TracksChanged() {
+TrackStore& TMainForm::ChangeTracks() {
   if (MsdCurves) MsdCurves->Invalidate();
+  return Spots;
 }
 
 void TMainForm::ComputeTrackValuesOf(int32_t first, int32_t end) {
   ComputeTrackValuesParallel(Spots, first, end, S, CurrentPairRules(), ThreadPool::Shared(),
-                             *Scratch, false, MsdCurves.get());
+                             *ScratchArrays, false, MsdCurves.get());
 }
 
 void TMainForm::RecomputeAllMobility() {
   ComputeTrackValuesParallel(Spots, 0, Spots.NSpots, S, CurrentPairRules(), ThreadPool::Shared(),
-                             *Scratch, true, MsdCurves.get());
+                             *ScratchArrays, true, MsdCurves.get());
 }
 
 int32_t TMainForm::SelectSpots() {
@@ -125,94 +128,21 @@ int32_t TMainForm::SelectSpots() {
   return selected;
 }
 
-void TMainForm::RegisterCommands() {
-  commands_ = {
-      {"OpenNewFile", [this] { OpenNewFileClick(); }},
-      {"AddDataFile", [this] { AddDataFileClick(); }},
-      {"SaveData", [this] { SaveDataClick(); }},
-      {"OpenXYtxt", [this] { OpenXYtxtClick(); }},
-      {"L_RemeberGraph", [this] { RemeberGraphClick(false); }},
-      {"R_RemeberGraph", [this] { RemeberGraphClick(true); }},
-      {"ShowFreq", [this] { ShowFreqClick(); }},
-      {"AutoScaling", [this] { AutoScalingClick(); }},
-      {"IncrDlatLim", [this] { IncrDlatLimClick(); }},
-      {"DecrDlatLim", [this] { DecrDlatLimClick(); }},
-      {"NextSpot", [this] { NextSpotClick(); }},
-      {"PrevSpot", [this] { PrevSpotClick(); }},
-  };
-  RegisterSettingsCommands();
-  RegisterPictureCommands();
-  RegisterFitCommands();
-  RegisterGraphDialogCommands();
-  RegisterEditCommands();
-  RegisterFilterCommands();
-  RegisterViewerCommands();
-  RegisterExportCommands();
-  RegisterDualCommands();
-  // Every radio item of the panel and class menus is a command of its own.
-  for (const MenuItem& item : Menu.Items()) {
-    if (item.group == MenuGroup::LeftPanel || item.group == MenuGroup::RightPanel)
-      commands_.emplace_back(item.name, [this, name = item.name] { ChoosePanel(name); });
-    else if (item.group != 0)
-      commands_.emplace_back(item.name, [this, name = item.name] { ChooseClass(name); });
-  }
-}
-
-void TMainForm::AddCommand(std::string name, std::function<void()> handler) {
-  commands_.emplace_back(std::move(name), std::move(handler));
+bool TMainForm::RunCommand(std::string_view name) {
+  const CommandRow<TMainForm>* row = FindCommand(Commands(), name);
+  if (!row) return false;
+  if (Menu.Item(name).enabled && row->changes >= Changes::PairRule) ChangeTracks();
+  RunRow(*this, Menu, *row);
+  return true;
 }
 
 bool TMainForm::HasCommand(std::string_view name) const {
-  for (const auto& entry : commands_)
-    if (entry.first == name) return true;
-  return false;
-}
-
-namespace {
-
-// Commands that change neither coordinates nor point counts nor the pair rule: the kept
-// MSD curves stay current across them (a changed lag unit is caught per curve). Every
-// other command, and any command added later, makes them stale first.
-bool LeavesTracksAlone(const MenuModel& menu, std::string_view name) {
-  static const std::string_view kCommands[] = {
-      "L_RemeberGraph", "R_RemeberGraph", "ShowFreq", "AutoScaling", "IncrDlatLim",
-      "DecrDlatLim", "NextSpot", "PrevSpot", "ViewTrack", "ViewerPicture", "SetGraph",
-      // settings prompts and toggles
-      "DeltaTime", "IntStep", "SetDlatBin", "DistBinSet", "VelocityBinSet", "SetVelocityStep",
-      "TimeMinutes", "SetStestThresh", "SetMSDfittingLimit", "VelocityLimit",
-      "HighVelocityThresh", "MinNumDataPointsSet", "SetDistanceLimit", "StartFrame",
-      "SetDlatThresh", "SetVelThresh", "Time0", "UseTimeWindow", "TwoStepsOnly",
-      "StoppingSpots", "FastMovingSpots",
-      // pictures and text exports of the main window
-      "PrintZoom", "PrintGraphs", "SaveAsBMP", "SaveDistAsTXT", "SaveDistAsCSV", "SaveMSDdT",
-      "SaveXYIntData", "SaveXYdata", "SaveIntensityData", "SaveXYIntColumns",
-      "PutTimeInTXTfile", "SaveDlatVersInt", "SaveDlatVerLen", "SaveStopTimes",
-      "SaveDlatInstVelData"};
-  for (std::string_view command : kCommands)
-    if (command == name) return true;
-  // The panel and class choices.
-  if (!menu.Has(name)) return false;
-  const int group = menu.Item(name).group;
-  return group == MenuGroup::LeftPanel || group == MenuGroup::RightPanel ||
-         group == MenuGroup::Length || group == MenuGroup::Intensity ||
-         group == MenuGroup::DlatClass || group == MenuGroup::Velocity;
-}
-
-}  // namespace
-
-bool TMainForm::RunCommand(std::string_view name) {
-  for (auto& [commandName, handler] : commands_) {
-    if (commandName == name) {
-      if (!LeavesTracksAlone(Menu, name)) TracksChanged();
-      handler();
-      return true;
-    }
-  }
-  return false;
+  return FindCommand(Commands(), name) != nullptr;
 }
 
 std::vector<std::string> TMainForm::CommandNames() const {
   std::vector<std::string> names;
-  for (const auto& entry : commands_) names.push_back(entry.first);
+  for (const CommandRow<TMainForm>& row : Commands())
+    if (row.Runs()) names.emplace_back(row.name);
   return names;
 }

@@ -19,26 +19,7 @@ std::optional<std::string> AskDualExportPath(TMainForm& form) {
   return form.platform().SaveFileDialog(kTextSaveDialog);
 }
 
-// A cancelled dialog or a file that cannot be written ends the command silently with
-// the flags untouched.
-void SaveBindingTimesAs(TMainForm& form, BindingTime which) {
-  const auto path = AskDualExportPath(form);
-  if (!path || !SaveBindingTimes(form.Spots, form.S, which, *path)) return;
-  form.UpdateAnalysis();
-}
-
 }  // namespace
-
-void TMainForm::RegisterDualCommands() {
-  AddCommand("FindDualTracks", [this] { FindDualTracksClick(); });
-  AddCommand("LeaveDualsPartsOnly", [this] { LeaveDualsPartsOnlyClick(); });
-  AddCommand("DynamicBinding", [this] { DynamicBindingClick(); });
-  AddCommand("ShowFusedTracks", [this] { ShowFusedTracksClick(); });
-  AddCommand("SaveTimeBeforeBinding", [this] { SaveTimeBeforeBindingClick(); });
-  AddCommand("SaveBoundTime", [this] { SaveBoundTimeClick(); });
-  AddCommand("SaveGreenBindingSpots", [this] { SaveGreenBindingSpotsClick(); });
-  AddCommand("SaveGreenSplittingSpots", [this] { SaveGreenSplittingSpotsClick(); });
-}
 
 // The pair count is the whole message, "0" included.
 void TMainForm::FindDualTracksClick() {
@@ -67,21 +48,21 @@ void TMainForm::DynamicBindingClick() {
   UpdateAnalysis();
 }
 
-void TMainForm::SaveTimeBeforeBindingClick() {
-  SaveBindingTimesAs(*this, BindingTime::BeforeBinding);
+// A cancelled dialog or a file that cannot be written ends the command silently with
+// the flags untouched.
+void TMainForm::SaveBindingTimesClick(std::string_view item) {
+  const BindingTime which =
+      item == "SaveBoundTime" ? BindingTime::Bound : BindingTime::BeforeBinding;
+  const auto path = AskDualExportPath(*this);
+  if (!path || !SaveBindingTimes(Spots, S, which, *path)) return;
+  UpdateAnalysis();
 }
-
-void TMainForm::SaveBoundTimeClick() { SaveBindingTimesAs(*this, BindingTime::Bound); }
 
 // The Green exports only read the store: no recomputation.
-void TMainForm::SaveGreenBindingSpotsClick() {
-  if (const auto path = AskDualExportPath(*this))
-    SaveGreenSpots(Spots, GreenAlignment::Binding, *path);
-}
-
-void TMainForm::SaveGreenSplittingSpotsClick() {
-  if (const auto path = AskDualExportPath(*this))
-    SaveGreenSpots(Spots, GreenAlignment::Splitting, *path);
+void TMainForm::SaveGreenSpotsClick(std::string_view item) {
+  const GreenAlignment alignment = item == "SaveGreenSplittingSpots" ? GreenAlignment::Splitting
+                                                                     : GreenAlignment::Binding;
+  if (const auto path = AskDualExportPath(*this)) SaveGreenSpots(Spots, alignment, *path);
 }
 
 // The viewer opens its fused view on the first selected track of a pair (CurSpot is left

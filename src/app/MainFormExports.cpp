@@ -5,6 +5,7 @@
 #include <string>
 
 #include "app/MainForm.h"
+#include "app/PanelTable.h"
 #include "app/SaveDialogs.h"
 #include "edit/DlatTables.h"
 #include "edit/MsdExport.h"
@@ -23,21 +24,6 @@ const char* const kWritingError = "File Writing Error";
 
 }  // namespace
 
-void TMainForm::RegisterExportCommands() {
-  AddCommand("SaveDistAsTXT", [this] { SaveDistAsTXTClick(); });
-  AddCommand("SaveDistAsCSV", [this] { SaveDistAsCSVClick(); });
-  AddCommand("SaveMSDdT", [this] { SaveMSDdTClick(); });
-  AddCommand("SaveXYIntData", [this] { SaveXYIntDataClick(); });
-  AddCommand("SaveXYdata", [this] { SaveXYdataClick(); });
-  AddCommand("SaveIntensityData", [this] { SaveIntensityDataClick(); });
-  AddCommand("SaveXYIntColumns", [this] { SaveXYIntColumnsClick(); });
-  AddCommand("PutTimeInTXTfile", [this] { PutTimeInTXTfileClick(); });
-  AddCommand("SaveDlatVersInt", [this] { SaveDlatVersIntClick(); });
-  AddCommand("SaveDlatVerLen", [this] { SaveDlatVerLenClick(); });
-  AddCommand("SaveStopTimes", [this] { SaveStopTimesClick(); });
-  AddCommand("SaveDlatInstVelData", [this] { SaveDlatInstVelDataClick(); });
-}
-
 void TMainForm::SaveDistAsTXTClick() {
   std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kCanNotOpen);
   if (!file) return;
@@ -53,17 +39,13 @@ void TMainForm::SaveDistAsCSVClick() {
   WritePanelsCsv(*file, LeftGraph, RightGraph);
 }
 
-void TMainForm::SaveXYIntDataClick() { SaveTrackData(0); }
-void TMainForm::SaveXYdataClick() { SaveTrackData(1); }
-void TMainForm::SaveIntensityDataClick() { SaveTrackData(2); }
-
-void TMainForm::SaveTrackData(int mode) {
+void TMainForm::SaveTrackDataClick(std::string_view item) {
   std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
   if (!file) return;
   TrackExportOptions options;
-  options.Mode = mode == 1   ? TrackExportMode::XY
-                 : mode == 2 ? TrackExportMode::Intensity
-                             : TrackExportMode::XYInt;
+  options.Mode = item == "SaveXYdata"          ? TrackExportMode::XY
+                 : item == "SaveIntensityData" ? TrackExportMode::Intensity
+                                               : TrackExportMode::XYInt;
   options.Columns = Menu.Checked("SaveXYIntColumns");
   options.PutTime = Menu.Checked("PutTimeInTXTfile");
   options.dT = S.dT;
@@ -71,36 +53,22 @@ void TMainForm::SaveTrackData(int mode) {
                   [this](const std::string& text) { platform_.ShowMessage(text); });
 }
 
-void TMainForm::SaveXYIntColumnsClick() { Menu.Toggle("SaveXYIntColumns"); }
-void TMainForm::PutTimeInTXTfileClick() { Menu.Toggle("PutTimeInTXTfile"); }
-
 void TMainForm::SaveMSDdTClick() {
   std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
   if (!file) return;
-  WriteTrackMSDs(*file, Spots, S.dT, CurrentPairRules().IndependentPairs, *Scratch);
+  WriteTrackMSDs(*file, Spots, S.dT, CurrentPairRules().IndependentPairs, *ScratchArrays);
 }
-
-namespace {
 
 // Both tables exist only beside the Dlat distribution; otherwise the command does nothing.
 // The table is made before the dialog; a file that cannot be opened ends it silently.
-void SaveDlatTable(Platform& platform, const MenuModel& menu, const TrackStore& spots,
-                   double dlatBin, DlatTableKind kind) {
-  if (!menu.Checked("R_ShowDlat")) return;
-  const std::string text = DlatTableText(spots, dlatBin, kind);
-  std::optional<std::ofstream> file = AskExportFile(platform, kTextSaveDialog, nullptr);
+void TMainForm::SaveDlatTableClick(std::string_view item) {
+  if (!Menu.Checked("R_ShowDlat")) return;
+  const DlatTableKind kind = item == "SaveDlatVersInt" ? DlatTableKind::IntensityPerDlat
+                                                       : DlatTableKind::DlatPerLength;
+  const std::string text = DlatTableText(Spots, S.DlatBin, kind);
+  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, nullptr);
   if (!file) return;
   WriteExportText(*file, text);
-}
-
-}  // namespace
-
-void TMainForm::SaveDlatVersIntClick() {
-  SaveDlatTable(platform_, Menu, Spots, S.DlatBin, DlatTableKind::IntensityPerDlat);
-}
-
-void TMainForm::SaveDlatVerLenClick() {
-  SaveDlatTable(platform_, Menu, Spots, S.DlatBin, DlatTableKind::DlatPerLength);
 }
 
 void TMainForm::SaveStopTimesClick() {
@@ -113,16 +81,14 @@ void TMainForm::SaveStopTimesClick() {
   WriteStopTimes(*file, Spots, S.dT);
 }
 
+// The right panel switches to the instant-velocity distribution, and its run of this one
+// recomputation writes every value into the file.
 void TMainForm::SaveDlatInstVelDataClick() {
   std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
   if (!file) return;
   std::ofstream& out = *file;
-  DlatInstVelExport& hook = Results.InstVelExport;
-  hook.WriteLine = [&out](const std::string& line) { WriteExportText(out, line); };
-  hook.Armed = true;
-  RunCommand("R_ShowInstantVel");
-  // The panel pass disarms the hook itself, but it does not run at all when too few
-  // tracks are selected: the hook must never outlive this file.
-  hook.Armed = false;
-  hook.WriteLine = nullptr;
+  const LineSink sink = [&out](const std::string& line) { WriteExportText(out, line); };
+  Menu.SetChecked("R_ShowInstantVel", true);
+  Menu.SetCaption("Right", FindPanelChoice("R_ShowInstantVel")->menuCaption);
+  RecomputePanels(&sink);
 }

@@ -43,7 +43,7 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
     return;
   }
   platform_.CloseViewer();
-  TracksChanged();  // records are refilled; the curves kept while reading are current
+  ChangeTracks();  // records are refilled; the curves kept while reading are current
   SetCaption(path);
   LeftGraph.Caption = path;
   RightGraph.Caption = path;
@@ -66,8 +66,8 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
   const PairRules rules = CurrentPairRules();
   const QviStop stop =
       PlainAnalysis
-          ? ReadTracksReference(reader, Spots, S, rules, *Scratch)
-          : ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *Scratch,
+          ? ReadTracksReference(reader, Spots, S, rules, *ScratchArrays)
+          : ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *ScratchArrays,
                                {[&] {
                                  platform_.Progress(path, std::min(1.0, reader.Offset() / bytes));
                                }},
@@ -116,9 +116,9 @@ void TMainForm::OpenXYtxtClick() {
     return;
   }
 
-  TracksChanged();
+  TrackStore& spots = ChangeTracks();
   const PairRules rules = CurrentPairRules();
-  SpotRec& first = Spots[0];
+  SpotRec& first = spots[0];
   first.Int = std::move(imported.Int);
   first.X = std::move(imported.X);
   first.Y = std::move(imported.Y);
@@ -128,13 +128,13 @@ void TMainForm::OpenXYtxtClick() {
   first.SecondHalf = 1;
   first.Partner = -1;
   first.FastFlag = 0;
-  ComputeTrackValues(first, S, rules, *Scratch);
+  ComputeTrackValues(first, S, rules, *ScratchArrays);
   CurSpot = 0;
 
   // Nine random companions (and two spare records) so the panels have a population to show.
   constexpr int32_t kSyntheticPoints = 100;
   for (int32_t i = 1; i <= 11; ++i) {
-    SpotRec& t = Spots[i];
+    SpotRec& t = spots[i];
     t.NPoints = kSyntheticPoints;
     t.PosX = t.PosY = t.FirstFrame = 0;
     if (!t.AllocateFrames(kSyntheticPoints)) {
@@ -151,9 +151,9 @@ void TMainForm::OpenXYtxtClick() {
     t.SecondHalf = 1;
     t.Partner = -1;
     t.FastFlag = 0;
-    ComputeTrackValues(t, S, rules, *Scratch);
+    ComputeTrackValues(t, S, rules, *ScratchArrays);
   }
-  Spots.NSpots = 10;
+  spots.NSpots = 10;
   UpdateAnalysis();
   DualsFound = false;
 }

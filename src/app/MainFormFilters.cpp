@@ -18,57 +18,46 @@ const FilterToggle kFilterToggles[] = {
     {"StoppingSpots", "(St)"},    {"FastMovingSpots", "(F+)"},
 };
 
-}  // namespace
-
-void TMainForm::UpdateFilterCaption() {
+// "FILTER" followed by the suffix of every checked toggle, in menu order.
+void UpdateFilterCaption(MenuModel& menu) {
   std::string caption = "FILTER";
   for (const FilterToggle& toggle : kFilterToggles)
-    if (Menu.Checked(toggle.item)) caption += toggle.suffix;
-  Menu.SetCaption("FILTER", caption);
+    if (menu.Checked(toggle.item)) caption += toggle.suffix;
+  menu.SetCaption("FILTER", caption);
 }
+
+}  // namespace
 
 void TMainForm::RunStoppingFilter() { StoppingFilter(Spots, S, CurrentPairRules()); }
 
 void TMainForm::RunFastMovingFilter() { FastMovingFilter(Spots, S, CurrentPairRules()); }
 
 void TMainForm::IndependentPairsClick() {
-  Menu.Toggle("IndependentPairs");
   RecomputeAllMobility();
   // Run whether or not "Stopping Spots Only" is checked: the step stride has changed.
   RunStoppingFilter();
   UpdateAnalysis();
-  UpdateFilterCaption();
+  UpdateFilterCaption(Menu);
 }
 
 void TMainForm::AbsoluteXspeedClick() {
-  Menu.Toggle("AbsoluteXspeed");
   RecomputeAllVelocities();
   UpdateAnalysis();
-  UpdateFilterCaption();
+  UpdateFilterCaption(Menu);
 }
 
-void TMainForm::TwoStepsOnlyClick() {
-  Menu.Toggle("TwoStepsOnly");
+// Each filter pass runs once as its toggle flips either way (a stopping pass after
+// unchecking still rewrites the stretches); UpdateAnalysis runs the checked ones again.
+void TMainForm::SpotFilterClick(std::string_view item) {
+  if (item == "StoppingSpots") RunStoppingFilter();
+  if (item == "FastMovingSpots") RunFastMovingFilter();
   UpdateAnalysis();
-  UpdateFilterCaption();
-}
-
-void TMainForm::StoppingSpotsClick() {
-  Menu.Toggle("StoppingSpots");
-  RunStoppingFilter();
-  UpdateAnalysis();
-  UpdateFilterCaption();
-}
-
-void TMainForm::FastMovingSpotsClick() {
-  Menu.Toggle("FastMovingSpots");
-  RunFastMovingFilter();
-  UpdateAnalysis();
-  UpdateFilterCaption();
+  UpdateFilterCaption(Menu);
 }
 
 void TMainForm::LeftRightTracksClick() {
-  RotateTracksLeftToRight(Spots, Results.FitSlope);
+  if (const std::optional<float> slope = RotateTracksLeftToRight(Spots))
+    Registers.FitSlope = *slope;
   // Distances are unchanged, so Dlat stays; signed X speeds may have turned.
   RecomputeAllVelocities();
   UpdateAnalysis();
@@ -81,14 +70,4 @@ void TMainForm::MatchTracksClick() {
   }
   FitTracksTogether(Spots);
   UpdateAnalysis();
-}
-
-void TMainForm::RegisterFilterCommands() {
-  AddCommand("IndependentPairs", [this] { IndependentPairsClick(); });
-  AddCommand("AbsoluteXspeed", [this] { AbsoluteXspeedClick(); });
-  AddCommand("TwoStepsOnly", [this] { TwoStepsOnlyClick(); });
-  AddCommand("StoppingSpots", [this] { StoppingSpotsClick(); });
-  AddCommand("FastMovingSpots", [this] { FastMovingSpotsClick(); });
-  AddCommand("LeftRightTracks", [this] { LeftRightTracksClick(); });
-  AddCommand("MatchTracks", [this] { MatchTracksClick(); });
 }

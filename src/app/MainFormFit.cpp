@@ -17,5 +17,3 @@ void TMainForm::MGaussFitClick() {
   AnalysisContext context = MakeAnalysisContext();
   if (StepGaussFit(context, RightGraph)) platform_.Repaint();
 }
-
-void TMainForm::RegisterFitCommands() { AddCommand("MGaussFit", [this] { MGaussFitClick(); }); }

@@ -1,11 +1,6 @@
 // "SetGraph": the graph settings dialog over the panel under the mouse.
 #include "app/MainForm.h"
 
-void TMainForm::RegisterGraphDialogCommands() {
-  QVgraphDlgForm = std::make_unique<TQVgraphDlgForm>(platform_);
-  AddCommand("SetGraph", [this] { SetGraphClick(); });
-}
-
 void TMainForm::SetGraphClick() {
   if (!QVgraphDlgForm) return;
   // The right panel starts at half the client width (integer halving, as in FormResize).

@@ -45,7 +45,7 @@ AnalysisContext TMainForm::MakeAnalysisContext() {
                           flags,
                           TimeUnit,
                           DlatUnit,
-                          Results,
+                          Registers,
                           WorkRows.get(),
                           [this](const std::string& text) { platform_.ShowMessage(text); },
                           [this] { platform_.CloseMainWindow(); }};
@@ -56,14 +56,17 @@ AnalysisContext TMainForm::MakeAnalysisContext() {
   return context;
 }
 
-void TMainForm::RunPanel(const std::string& item, TQVgraph& graph) {
+void TMainForm::RunPanel(std::string_view item, TQVgraph& graph, const LineSink* instVelExport) {
   const PanelChoice* choice = FindPanelChoice(item);
   if (!choice) return;
   AnalysisContext context = MakeAnalysisContext();
-  choice->analysis(context, graph);
+  context.InstVelExport = instVelExport;
+  Registers.Record(choice->analysis(context, graph));
 }
 
-void TMainForm::UpdateAnalysis() {
+void TMainForm::UpdateAnalysis() { RecomputePanels(nullptr); }
+
+void TMainForm::RecomputePanels(const LineSink* instVelExport) {
   if (Menu.Checked("StoppingSpots")) RunStoppingFilter();
   if (Menu.Checked("FastMovingSpots")) RunFastMovingFilter();
   SelectSpots();
@@ -86,7 +89,7 @@ void TMainForm::UpdateAnalysis() {
   std::string summary = std::to_string(Spots.NSelected) + " from (" +
                         std::to_string(Spots.NSpots) + " obj) ";
   if (Menu.CheckedInGroup(MenuGroup::DlatClass) != "SelectAllDlat")
-    summary += "Dlat-Thr=" + FormatReal(TruncateTo(S.DlatThresh, 1000.00001, 0.001)) + DlatUnit +
+    summary += "Dlat-Thr=" + TruncatedText(S.DlatThresh, 1000.00001, 0.001) + DlatUnit +
                ", ";
   if (Menu.CheckedInGroup(MenuGroup::Intensity) != "All_Int")
     summary += ", Int-Thr=" + FormatReal(S.IntThresh);
@@ -98,13 +101,13 @@ void TMainForm::UpdateAnalysis() {
   RightGraph.Notes[1] = summary;
 
   RunPanel(Menu.CheckedInGroup(MenuGroup::LeftPanel), LeftGraph);
-  RunPanel(Menu.CheckedInGroup(MenuGroup::RightPanel), RightGraph);
+  RunPanel(Menu.CheckedInGroup(MenuGroup::RightPanel), RightGraph, instVelExport);
   GraphsReady = true;
   RightGraph.HasData = true;
   platform_.Repaint();
 }
 
-void TMainForm::ChoosePanel(const std::string& item) {
+void TMainForm::ChoosePanel(std::string_view item) {
   const PanelChoice* choice = FindPanelChoice(item);
   if (!choice) return;
   Menu.SetChecked(item, true);
@@ -112,7 +115,7 @@ void TMainForm::ChoosePanel(const std::string& item) {
   UpdateAnalysis();
 }
 
-void TMainForm::ChooseClass(const std::string& item) {
+void TMainForm::ChooseClass(std::string_view item) {
   for (const ClassChoice& choice : kClassChoices) {
     if (item != choice.item) continue;
     Menu.SetChecked(item, true);
@@ -123,17 +126,12 @@ void TMainForm::ChooseClass(const std::string& item) {
 }
 
 void TMainForm::ShowFreqClick() {
-  Menu.Toggle("ShowFreq");
   Menu.SetCaption("ShowFreq", Menu.Checked("ShowFreq") ? "ShowAbs" : "ShowFreq");
   UpdateAnalysis();
 }
 
-void TMainForm::AutoScalingClick() {
-  Menu.Toggle("AutoScaling");
-  UpdateAnalysis();
-}
-
-void TMainForm::RemeberGraphClick(bool right) {
+void TMainForm::RemeberGraphClick(std::string_view item) {
+  const bool right = item == "R_RemeberGraph";
   float* data = right ? RightData.get() : LeftData.get();
   const bool msd = Menu.Checked(right ? "R_ShowMSD" : "L_ShowMSD");
   const float* from = data + (msd ? 2 : 1) * kPanelStride;

@@ -22,12 +22,6 @@ std::unique_ptr<Bitmap> WindowPicture(TMainForm& form, const char* failure) {
 
 }  // namespace
 
-void TMainForm::RegisterPictureCommands() {
-  AddCommand("PrintZoom", [this] { PrintZoomClick(); });
-  AddCommand("PrintGraphs", [this] { PrintGraphsClick(); });
-  AddCommand("SaveAsBMP", [this] { SaveAsBMPClick(); });
-}
-
 void TMainForm::RenderPanels() {
   if (!GraphsReady) return;
   RightGraph.DrawGraph();

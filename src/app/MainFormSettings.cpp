@@ -116,7 +116,7 @@ double ConvertText(const SettingPrompt& prompt, const std::string& text) {
 
 }  // namespace
 
-void TMainForm::RunSettingPrompt(std::string_view item) {
+void TMainForm::SettingPromptClick(std::string_view item) {
   const SettingPrompt* prompt = FindSettingPrompt(item);
   if (!prompt) return;
   const std::optional<std::string> text =
@@ -145,24 +145,7 @@ void TMainForm::RunSettingPrompt(std::string_view item) {
   UpdateAnalysis();
 }
 
-void TMainForm::DeltaTimeClick() { RunSettingPrompt("DeltaTime"); }
-void TMainForm::IntStepClick() { RunSettingPrompt("IntStep"); }
-void TMainForm::SetDlatBinClick() { RunSettingPrompt("SetDlatBin"); }
-void TMainForm::VelocityBinSetClick() { RunSettingPrompt("VelocityBinSet"); }
-void TMainForm::DistBinSetClick() { RunSettingPrompt("DistBinSet"); }
-void TMainForm::SetDistanceLimitClick() { RunSettingPrompt("SetDistanceLimit"); }
-void TMainForm::SetDlatThreshClick() { RunSettingPrompt("SetDlatThresh"); }
-void TMainForm::SetVelThreshClick() { RunSettingPrompt("SetVelThresh"); }
-void TMainForm::SetStestThreshClick() { RunSettingPrompt("SetStestThresh"); }
-void TMainForm::VelocityLimitClick() { RunSettingPrompt("VelocityLimit"); }
-void TMainForm::HighVelocityThreshClick() { RunSettingPrompt("HighVelocityThresh"); }
-void TMainForm::SetVelocityStepClick() { RunSettingPrompt("SetVelocityStep"); }
-void TMainForm::MinNumDataPointsSetClick() { RunSettingPrompt("MinNumDataPointsSet"); }
-void TMainForm::SetMSDfittingLimitClick() { RunSettingPrompt("SetMSDfittingLimit"); }
-void TMainForm::StartFrameClick() { RunSettingPrompt("StartFrame"); }
-
 void TMainForm::TimeMinutesClick() {
-  Menu.Toggle("TimeMinutes");
   if (Menu.Checked("TimeMinutes")) {
     S.TimeScale = 0.01666666666;  // this decimal, not 1/60: stored results depend on it
     TimeUnit = "min";
@@ -179,30 +162,11 @@ void TMainForm::TimeMinutesClick() {
 void TMainForm::StartupTimerFired() {
   if (StartupPromptDone) return;
   StartupPromptDone = true;
-  DeltaTimeClick();
+  RunCommand("DeltaTime");
 }
 
 void TMainForm::RecomputeAllVelocities() {
   const PairRules rules = CurrentPairRules();
   for (int32_t i = 0; i < Spots.NSpots; ++i)
     Spots[i].AverVel = static_cast<float>(CalcTrackVelocity(Spots[i], S, rules));
-}
-
-void TMainForm::RegisterSettingsCommands() {
-  AddCommand("DeltaTime", [this] { DeltaTimeClick(); });
-  AddCommand("IntStep", [this] { IntStepClick(); });
-  AddCommand("SetDlatBin", [this] { SetDlatBinClick(); });
-  AddCommand("DistBinSet", [this] { DistBinSetClick(); });
-  AddCommand("VelocityBinSet", [this] { VelocityBinSetClick(); });
-  AddCommand("SetVelocityStep", [this] { SetVelocityStepClick(); });
-  AddCommand("TimeMinutes", [this] { TimeMinutesClick(); });
-  AddCommand("SetStestThresh", [this] { SetStestThreshClick(); });
-  AddCommand("SetMSDfittingLimit", [this] { SetMSDfittingLimitClick(); });
-  AddCommand("VelocityLimit", [this] { VelocityLimitClick(); });
-  AddCommand("HighVelocityThresh", [this] { HighVelocityThreshClick(); });
-  AddCommand("MinNumDataPointsSet", [this] { MinNumDataPointsSetClick(); });
-  AddCommand("SetDistanceLimit", [this] { SetDistanceLimitClick(); });
-  AddCommand("StartFrame", [this] { StartFrameClick(); });
-  AddCommand("SetDlatThresh", [this] { SetDlatThreshClick(); });
-  AddCommand("SetVelThresh", [this] { SetVelThreshClick(); });
 }

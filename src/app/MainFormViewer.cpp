@@ -4,13 +4,6 @@
 #include "plot/Canvas.h"
 #include "store/Numbers.h"
 
-void TMainForm::RegisterViewerCommands() {
-  // Made right after the main window, as the program creates its viewer.
-  GraphForm = std::make_unique<TGraphForm>(*this);
-  AddCommand("ViewTrack", [this] { ViewTrackClick(); });
-  AddCommand("ViewerPicture", [this] { ViewerPictureClick(); });
-}
-
 void TMainForm::ViewTrackClick() {
   const std::optional<std::string> answer =
       platform_.InputQuery("View Track", "Track Number=", std::to_string(CurSpot));

@@ -1,7 +1,5 @@
 #include "app/PanelTable.h"
 
-#include <iterator>
-
 #include "stats/CorrelationPanels.h"
 #include "stats/DistancePanels.h"
 #include "stats/DlatLengthPanel.h"
@@ -46,6 +44,3 @@ const PanelChoice* FindPanelChoice(std::string_view item) {
     if (item == choice.item) return &choice;
   return nullptr;
 }
-
-const PanelChoice* PanelChoicesBegin() { return std::begin(kPanels); }
-const PanelChoice* PanelChoicesEnd() { return std::end(kPanels); }

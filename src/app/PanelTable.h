@@ -13,6 +13,3 @@ struct PanelChoice {
 
 // nullptr when `item` is no panel item.
 const PanelChoice* FindPanelChoice(std::string_view item);
-// All of them, left menu first, in menu order.
-const PanelChoice* PanelChoicesBegin();
-const PanelChoice* PanelChoicesEnd();

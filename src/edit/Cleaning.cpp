@@ -10,9 +10,10 @@ void RemoveEnds(TrackStore& store) {
   for (int32_t i = 0; i < store.NSpots; ++i) {
     SpotRec& t = store[i];
     t.FirstFrame = SaturatingAdd(t.FirstFrame, 1);
-    const int32_t n = std::max(UsablePoints(t) - 2, 0);
-    t.NPoints = n;
-    MoveFramesDownOne(t, n);
+    // Moved before the count drops: a count already below 2 goes negative, and every
+    // loop then sees no points.
+    MoveFramesDownOne(t, std::max(t.ReadablePoints() - 2, 0));
+    t.NPoints = SaturatingAdd(t.NPoints, -2);
   }
 }
 
@@ -97,7 +98,7 @@ int32_t RemoveLandings(TrackStore& store, const Settings& settings) {
   int32_t cleared = 0;
   for (int32_t i = 0; i < store.NSpots; ++i) {
     SpotRec& t = store[i];
-    const int32_t n = UsablePoints(t);
+    const int32_t n = t.ReadablePoints();
     for (int32_t j = 0; j < n - 1; ++j) {
       const float rise = t.Int[j + 1] - t.Int[j];
       if (t.Int[j] < settings.IntThresh && rise > settings.IntThresh) {
@@ -116,7 +117,7 @@ int32_t RemoveStaticSpots(TrackStore& store, const Settings& settings) {
   int32_t cleared = 0;
   for (int32_t i = 0; i < store.NSpots; ++i) {
     SpotRec& t = store[i];
-    if (UsablePoints(t) <= m) continue;
+    if (t.ReadablePoints() <= m) continue;
     int32_t sum = 0;
     // The running sum is an integer: each addition (made in float) is truncated.
     for (int32_t j = 0; j < m; ++j) sum = TruncToInt(static_cast<float>(sum) + t.Int[j]);

@@ -8,8 +8,8 @@
 #include "store/TrackStore.h"
 
 // Drops the first and the last point of every track: FirstFrame + 1, NPoints - 2, the
-// points moved down by one. A track of fewer than 2 points ends with no points (its
-// count stops at 0 rather than going negative). AverInt stays as it was.
+// points moved down by one. A track of fewer than 2 points is left with a negative
+// count, which every loop reads as no points. AverInt stays as it was.
 void RemoveEnds(TrackStore& store);
 
 // Work arrays of RemoveDupicates, one slot per record: the tracks active at the start

@@ -12,7 +12,7 @@ void ComputeDriftPath(const TrackStore& store, DriftTables& tables) {
   // Slot f collects the steps from frame f to frame f + 1.
   for (int32_t i = 0; i < store.NSpots; ++i) {
     const SpotRec& t = store[i];
-    const int32_t n = UsablePoints(t);
+    const int32_t n = t.ReadablePoints();
     for (int32_t j = 0; j < n - 1; ++j) {
       const int64_t f = int64_t{t.FirstFrame} + j;
       if (f >= kDriftFrames) break;
@@ -40,7 +40,7 @@ int64_t CorrectForDrift(TrackStore& store, DriftTables& tables) {
   int64_t uncorrected = 0;
   for (int32_t i = 0; i < store.NSpots; ++i) {
     SpotRec& t = store[i];
-    const int32_t n = UsablePoints(t);
+    const int32_t n = t.ReadablePoints();
     for (int32_t j = 0; j < n; ++j) {
       const int64_t f = int64_t{t.FirstFrame} + j;
       if (f < 0 || f >= kDriftFrames) {

@@ -40,12 +40,6 @@ void ClearPairing(SpotRec& t) {
   t.FramesAfter = 0;
 }
 
-// trunc(value x scale) x step in the shared real format. The integer part carries no sign
-// of its own, so a small negative value writes "0", not "-0".
-std::string Truncated(double value, double scale, double step) {
-  return FormatReal((std::trunc(value * scale) + 0.0) * step);
-}
-
 // The whole text in one write, in text mode; false when any part of it fails.
 bool WriteText(std::FILE* file, const std::string& text) {
   const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
@@ -64,7 +58,7 @@ int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2
     SpotRec& ti = store[i];
     ClearPairing(ti);
     if (ti.Partner >= 0 || !ti.Selected) continue;
-    const int32_t ni = UsablePoints(ti);
+    const int32_t ni = ti.ReadablePoints();
 
     int32_t partner = -1;
     int64_t offset = 0;
@@ -77,7 +71,7 @@ int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2
       slots = 0;
       // Only the frames both tracks cover: the others neither extend nor end a run.
       const int64_t from = std::max<int64_t>(0, offset);
-      const int64_t to = std::min<int64_t>(ni, offset + UsablePoints(tk));
+      const int64_t to = std::min<int64_t>(ni, offset + tk.ReadablePoints());
       for (int64_t j = from; j < to; ++j) {
         const int32_t ji = static_cast<int32_t>(j);
         const int32_t jk = static_cast<int32_t>(j - offset);
@@ -117,7 +111,7 @@ int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2
     const int64_t before = offset < 0 ? start : start - offset;
     int64_t after = ni - (start + ti.SegLen[0]) - 1;
     const int64_t endI = int64_t{ti.FirstFrame} + ni;
-    const int64_t endK = int64_t{tk.FirstFrame} + UsablePoints(tk);
+    const int64_t endK = int64_t{tk.FirstFrame} + tk.ReadablePoints();
     if (endI > endK) after -= endI - endK;
     ti.FramesBefore = Saturate(before);
     ti.FramesAfter = Saturate(after);
@@ -189,7 +183,7 @@ std::string TakeBindingTimes(TrackStore& store, const Settings& settings, Bindin
     const int32_t frames = before ? t.TimeToBind : t.SegLen[0];
     const std::string intensity = std::to_string(TruncToInt(t.AverInt));
     // The unset integer of the fifth column is written as 0.
-    text += Truncated(frames * settings.dT, 1000, 0.001) + "\t" + intensity +
+    text += TruncatedText(frames * settings.dT, 1000, 0.001) + "\t" + intensity +
             "\t0.0\t" + intensity + "\t0\t0.0\t0.0\t10.0\t10.0\t" + std::to_string(t.PosX) +
             "\t" + std::to_string(t.PosY) + "\n";
   }
@@ -224,7 +218,7 @@ std::string GreenSpotsText(const TrackStore& store, GreenAlignment alignment) {
   for (int32_t i = 0; i < store.NSpots; ++i) {
     const SpotRec& t = store[i];
     if (!t.Valid || t.SecondHalf) continue;
-    const int32_t n = UsablePoints(t);
+    const int32_t n = t.ReadablePoints();
     if (alignment == GreenAlignment::Binding) {
       if (t.FramesBefore <= 2) continue;
       a = t.SegStart[0];
@@ -240,7 +234,7 @@ std::string GreenSpotsText(const TrackStore& store, GreenAlignment alignment) {
         continue;
       }
       const float value = t.Int[static_cast<int32_t>(c - kGreenAlignColumn + a)];
-      text += Truncated(value, 100, 0.01) + "\t";
+      text += TruncatedText(value, 100, 0.01) + "\t";
     }
     text += "\n";
   }

@@ -18,7 +18,7 @@ void WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool 
   for (int32_t t = 0; t < spots.NSpots; ++t) {
     const SpotRec& track = spots[t];
     if (!track.Valid) continue;
-    const int32_t n = std::min(UsablePoints(track), kMsdExportPoints);
+    const int32_t n = std::min(track.ReadablePoints(), kMsdExportPoints);
     CalcTrackMSD(track.X.data(), track.Y.data(), n, static_cast<float>(dT), scratch.Dk,
                  scratch.MSD, independentPairs);
     std::string line;

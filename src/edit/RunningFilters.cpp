@@ -21,7 +21,7 @@ namespace {
 
 // The points a filter may touch: those of the track that fit the scratch arrays.
 int32_t FilterPoints(const SpotRec& track) {
-  return std::min(UsablePoints(track), kFilterScratchFloats);
+  return std::min(track.ReadablePoints(), kFilterScratchFloats);
 }
 
 void MedianOfArray(FrameArray& values, int32_t n, int32_t w, float* copy) {

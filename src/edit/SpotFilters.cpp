@@ -17,9 +17,9 @@ void ForEachStep(const SpotRec& track, const Settings& settings, const PairRules
                  Step step) {
   const int32_t s = settings.VelocityStep;
   if (s < 1) return;  // a step of no frames has no speed (and would never advance)
-  const float T = static_cast<float>(s * settings.dT * settings.TimeScale);
+  const float T = static_cast<float>(settings.FramesTime(s));
   const int64_t stride = rules.IndependentPairs ? s : 1;
-  const int64_t end = static_cast<int64_t>(UsablePoints(track)) - s;
+  const int64_t end = static_cast<int64_t>(track.ReadablePoints()) - s;
   for (int64_t j = 0; j < end; j += stride) {
     const int32_t a = static_cast<int32_t>(j), b = a + s;
     const float dx = track.X[b] - track.X[a];

@@ -7,8 +7,3 @@ void WriteExportText(std::ostream& out, const std::string& utf8) {
   const std::string bytes = Utf8ToLatin1(utf8);
   out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
-
-std::string TruncatedText(double value, double scale, double step) {
-  // Adding +0 turns a zero of either sign into +0 and leaves every other value alone.
-  return FormatReal(TruncateTo(value, scale, step) + 0.0);
-}

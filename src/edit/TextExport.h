@@ -6,6 +6,8 @@
 #include <ostream>
 #include <string>
 
+#include "store/Numbers.h"
+
 // Tells the user something while an export runs (a truncation message).
 using ExportMessage = std::function<void(const std::string&)>;
 
@@ -16,10 +18,3 @@ inline constexpr int32_t kMaxExportColumns = 2000;
 // Writes the program's UTF-8 text in the single-byte form of the export files
 // (the micro sign becomes the byte 0xB5).
 void WriteExportText(std::ostream& out, const std::string& utf8);
-
-// trunc(value * scale) * step in the shared real format. The integer part has no sign
-// of its own, so a small negative value gives "0", never "-0".
-std::string TruncatedText(double value, double scale, double step);
-inline std::string ThousandthsText(double value) { return TruncatedText(value, 1000, 0.001); }
-inline std::string HundredthsText(double value) { return TruncatedText(value, 100, 0.01); }
-inline std::string TenthsText(double value) { return TruncatedText(value, 10, 0.1); }

@@ -22,7 +22,7 @@ void WriteRows(std::ostream& out, const TrackStore& spots, const TrackExportOpti
                const ExportMessage& message) {
   int32_t longest = 0;
   for (int32_t t = 0; t < spots.NSpots; ++t)
-    if (spots[t].Valid) longest = std::max(longest, UsablePoints(spots[t]));
+    if (spots[t].Valid) longest = std::max(longest, spots[t].ReadablePoints());
   if (longest > kMaxExportValues) {
     message("Tracks are too long -> Data will be truncated");
     longest = kMaxExportValues;
@@ -43,7 +43,7 @@ void WriteRows(std::ostream& out, const TrackStore& spots, const TrackExportOpti
   for (int32_t t = 0; t < spots.NSpots; ++t) {
     const SpotRec& track = spots[t];
     if (!track.Valid) continue;
-    const int32_t n = std::min(UsablePoints(track), longest);
+    const int32_t n = std::min(track.ReadablePoints(), longest);
     if (WantsXY(options.Mode)) {
       writeLine(kXHeader, track.X, n, ThousandthsText);
       writeLine(kYHeader, track.Y, n, ThousandthsText);
@@ -89,7 +89,7 @@ void WriteColumns(std::ostream& out, const TrackStore& spots, const TrackExportO
     for (int32_t t = 0; t < spots.NSpots; ++t) {
       const SpotRec& track = spots[t];
       if (!track.Valid) continue;
-      const bool has = r < UsablePoints(track);
+      const bool has = r < track.ReadablePoints();
       if (options.Mode == TrackExportMode::Intensity) {
         line += " \t \t";  // two blank cells in front of each intensity
         cells += 2;

@@ -6,13 +6,6 @@
 
 #include "store/SpotRec.h"
 
-// Points of a track that every loop may touch: NPoints, but never below zero (a
-// negative count means no points) and never past the end of any of its three arrays.
-inline int32_t UsablePoints(const SpotRec& track) {
-  const int32_t held = std::min({track.Int.size(), track.X.size(), track.Y.size()});
-  return std::clamp(track.NPoints, int32_t{0}, held);
-}
-
 // a + b, held at the ends of the int32 range instead of overflowing.
 inline int32_t SaturatingAdd(int32_t a, int64_t b) {
   const int64_t sum = int64_t{a} + std::clamp<int64_t>(b, std::numeric_limits<int32_t>::min(),

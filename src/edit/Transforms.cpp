@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <vector>
 
 #include "edit/TrackPoints.h"
@@ -14,7 +15,7 @@ namespace {
 // through the origin. A slope that is not a number (a vertical or one-point track) is
 // taken as it comes.
 void RotateTrack(SpotRec& track, float& FitSlope) {
-  const int32_t n = UsablePoints(track);
+  const int32_t n = track.ReadablePoints();
   float* x = track.X.data();
   float* y = track.Y.data();
   const double b = LinearFit(x, y, n, FitSlope);
@@ -35,7 +36,7 @@ void RotateTrack(SpotRec& track, float& FitSlope) {
 
 // Shifts `track` by its mean offset from `reference` over the track's own points.
 void AlignOnto(SpotRec& track, const SpotRec& reference) {
-  const int32_t n = std::min(UsablePoints(track), UsablePoints(reference));
+  const int32_t n = std::min(track.ReadablePoints(), reference.ReadablePoints());
   if (n <= 0) return;  // no points: the mean is undefined and nothing would move
   double sx = 0, sy = 0;
   for (int32_t j = 0; j < n; ++j) {
@@ -51,14 +52,20 @@ void AlignOnto(SpotRec& track, const SpotRec& reference) {
 
 }  // namespace
 
-void RotateTracksLeftToRight(TrackStore& store, float& FitSlope) {
+std::optional<float> RotateTracksLeftToRight(TrackStore& store) {
   for (int32_t i = 0; i < store.NSpots; ++i) {
     SpotRec& t = store[i];
-    const int32_t n = UsablePoints(t);
+    const int32_t n = t.ReadablePoints();
     if (n > 0 && t.X[n - 1] < t.X[0])
       for (int32_t j = 0; j < n; ++j) t.X[j] = -t.X[j];
   }
-  for (int32_t i = 0; i < store.NSpots; ++i) RotateTrack(store[i], FitSlope);
+  std::optional<float> lastSlope;
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    float slope = 0;
+    RotateTrack(store[i], slope);
+    lastSlope = slope;
+  }
+  return lastSlope;
 }
 
 void FitTracksTogether(TrackStore& store) {
@@ -85,7 +92,7 @@ void FitTracksTogether(TrackStore& store) {
   if (static_cast<size_t>(count) > references) store[0].SecondHalf = 1;
   for (int32_t i = 0; i < count; ++i) {
     SpotRec& t = store[i];
-    const int32_t n = UsablePoints(t);
+    const int32_t n = t.ReadablePoints();
     for (int32_t j = 0; j < n; ++j) t.Y[j] = static_cast<float>(t.Y[j] + 1.0);
   }
 }

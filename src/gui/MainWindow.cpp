@@ -12,6 +12,7 @@
 
 #include "app/MainForm.h"
 #include "gui/PanelsWidget.h"
+#include "gui/QtKeys.h"
 #include "gui/QtMenus.h"
 #include "gui/ViewerWindow.h"
 
@@ -22,20 +23,6 @@ constexpr int kClientHeight = 623;
 constexpr int kStatusPanelWidth = 500;
 
 }  // namespace
-
-int VirtualKeyOf(int qtKey) {
-  switch (qtKey) {
-    case Qt::Key_Left: return 37;
-    case Qt::Key_Up: return 38;
-    case Qt::Key_Right: return 39;
-    case Qt::Key_Down: return 40;
-    case Qt::Key_PageUp: return 33;
-    case Qt::Key_PageDown: return 34;
-    default:
-      // Letters and digits share their codes with the virtual keys.
-      return (qtKey >= Qt::Key_0 && qtKey <= Qt::Key_Z) ? qtKey : 0;
-  }
-}
 
 MainWindow::MainWindow(bool askForIntervalAtStart) {
   setWindowTitle("Kinetra Statistics");
@@ -96,7 +83,7 @@ void MainWindow::OpenFiles(const QStringList& paths) {
 }
 
 void MainWindow::keyPressEvent(QKeyEvent* event) {
-  const int key = VirtualKeyOf(event->key());
+  const int key = VirtualKeyOf(event->key(), event->modifiers() & Qt::KeypadModifier);
   if (key == 0 || event->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) {
     QMainWindow::keyPressEvent(event);
     return;

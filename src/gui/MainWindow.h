@@ -43,5 +43,3 @@ class MainWindow : public QMainWindow {
   std::unique_ptr<ViewerWindow> viewer_;
 };
 
-// Qt key codes to the virtual key codes the main window's key rules are written in.
-int VirtualKeyOf(int qtKey);

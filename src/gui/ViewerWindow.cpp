@@ -15,21 +15,8 @@
 #include "app/GraphForm.h"
 #include "app/MainForm.h"
 #include "gui/QtBitmap.h"
+#include "gui/QtKeys.h"
 #include "gui/QtMenus.h"
-
-int ViewerKeyOf(int qtKey, bool keypad) {
-  switch (qtKey) {
-    case Qt::Key_PageUp: return ViewerKey::PageUp;
-    case Qt::Key_PageDown: return ViewerKey::PageDown;
-    case Qt::Key_Left: return ViewerKey::Left;
-    case Qt::Key_Up: return ViewerKey::Up;
-    case Qt::Key_Right: return ViewerKey::Right;
-    case Qt::Key_Down: return ViewerKey::Down;
-    case Qt::Key_Plus: return keypad ? ViewerKey::Add : 0;
-    case Qt::Key_Minus: return keypad ? ViewerKey::Subtract : 0;
-    default: return 0;
-  }
-}
 
 ViewerWindow::ViewerWindow(TMainForm& main, QWidget* parent)
     : QMainWindow(parent, Qt::Window), main_(main), graph_(*main.GraphForm) {
@@ -98,7 +85,7 @@ void ViewerWindow::closeEvent(QCloseEvent* event) {
 }
 
 void ViewerWindow::keyPressEvent(QKeyEvent* event) {
-  const int key = ViewerKeyOf(event->key(), event->modifiers() & Qt::KeypadModifier);
+  const int key = VirtualKeyOf(event->key(), event->modifiers() & Qt::KeypadModifier);
   if (key == 0 || event->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) {
     QMainWindow::keyPressEvent(event);
     return;

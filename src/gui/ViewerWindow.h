@@ -76,5 +76,3 @@ class ViewerCanvas : public QWidget {
   QPoint pressed_;
 };
 
-// Qt keys to the virtual key codes the viewer's key rules are written in (0: none).
-int ViewerKeyOf(int qtKey, bool keypad);

@@ -40,3 +40,18 @@ std::string FormatTickLabel(double value) {
   std::snprintf(text, sizeof text, "%" PRId64, whole);
   return text;
 }
+
+void DrawableRange(double& first, double& last) {
+  if (!std::isfinite(first) || !std::isfinite(last) || first > last) {
+    first = 0;
+    last = 1;
+  }
+  if (last > first) return;
+  if (first == 0) {
+    last = 1;
+    return;
+  }
+  const double pad = std::fabs(first) * 0.1;
+  first -= pad;
+  last += pad;
+}

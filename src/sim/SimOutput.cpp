@@ -8,7 +8,7 @@
 namespace {
 
 // Frames a track can really give: never more than its arrays hold.
-int32_t UsablePoints(const SimTrack& t) {
+int32_t HeldPoints(const SimTrack& t) {
   const size_t held = std::min({t.Int.size(), t.X.size(), t.Y.size()});
   return static_cast<int32_t>(
       std::min<int64_t>(std::max(t.NPoints, 0), static_cast<int64_t>(held)));
@@ -29,7 +29,7 @@ bool WriteSimulatedQvi(const std::string& path, const std::vector<SimTrack>& tra
     header.marker = layout == SimFileLayout::ZeroMarker ? 0 : kQviMarker2016;
     header.posX = t.PosX;
     header.posY = t.PosY;
-    header.nPoints = UsablePoints(t);
+    header.nPoints = HeldPoints(t);
     header.firstFrame = t.FirstFrame;
     const float* px = t.X.data();
     const float* py = t.Y.data();
@@ -58,7 +58,7 @@ int32_t AddSimulatedTracks(TrackStore& store, const std::vector<SimTrack>& track
   for (const SimTrack& source : tracks) {
     if (store.NSpots >= kStoreCapacity) break;
     SpotRec& t = store[store.NSpots];
-    const int32_t n = std::min(UsablePoints(source), kMaxPoints);
+    const int32_t n = std::min(HeldPoints(source), kMaxPoints);
     if (!t.AllocateFrames(n)) break;
     std::copy_n(source.Int.begin(), n, t.Int.data());
     std::copy_n(source.X.begin(), n, t.X.data());

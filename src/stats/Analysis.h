@@ -1,9 +1,10 @@
 #pragma once
 // What a panel analysis works with: the store, the settings, the menu toggles it
-// reads, the results it leaves for the status line and the exports, scratch rows,
-// and the way to tell the user about a failure.
+// reads, the shared registers of earlier runs, scratch rows and the way to tell the user
+// about a failure; and what it gives back.
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "stats/TrackValues.h"
@@ -14,32 +15,46 @@ class TQVgraph;
 class MsdCurveCache;
 class ThreadPool;
 
-// "Save Dlat - InstVel Data": the export command opens its file, sets WriteLine and
-// arms this; the next instant-velocity run hands it one finished line per value
-// ("Dlat\tvelocity\n") and disarms it at its end.
-struct DlatInstVelExport {
-  bool Armed = false;
-  std::function<void(const std::string& line)> WriteLine;
-};
+// A receiver of finished text lines (an export file being written).
+using LineSink = std::function<void(const std::string& line)>;
 
 // Length of every panel row (X values and series).
 inline constexpr int kRowLength = 10000;
 // Scratch rows an analysis may fill before copying the first of them to its panel.
 inline constexpr int kWorkRows = 8;
 
-// Results the last analyses left behind; read by the notes, the exports and the viewer.
-struct AnalysisResults {
+// What one panel run computed, beside what it drew: each value it set is recorded into
+// the shared registers by the recomputation pass.
+struct PanelResults {
+  std::optional<double> AverDlat;
+  std::optional<double> DlatSD;
+  std::optional<int32_t> NMSDPoints;
+  std::optional<float> FitSlope;
+  std::optional<double> AverIntens;   // mean of the intensity distribution
+  std::optional<double> IntensSD;
+  std::optional<double> GaussMax;     // centre of the intensity Gaussian fit
+  std::optional<double> AverVelDist;  // mean of the average-velocity distribution
+  std::optional<double> AverInstVel;  // mean instant velocity
+  std::optional<double> AverAngle;    // mean change of direction
+};
+
+// The values the last runs left, shared by both panels: a later run's note may show a
+// value an earlier run computed (the Dlat-length note shows the last AverDlat, the angle
+// note the last mean instant velocity), and "Rotate Tracks Left to Right" leaves the
+// slope of its last fit in FitSlope.
+struct AnalysisRegisters {
   double AverDlat = 0;
   double DlatSD = 0;
   int32_t NMSDPoints = 0;
   float FitSlope = 0;
-  double AverIntens = 0;  // mean of the last intensity distribution
+  double AverIntens = 0;
   double IntensSD = 0;
-  double GaussMax = 0;    // centre of the last intensity Gaussian fit
-  double AverVelDist = 0;  // mean of the average-velocity distribution
-  double AverInstVel = 0;  // mean instant velocity
-  double AverAngle = 0;    // mean change of direction
-  DlatInstVelExport InstVelExport;
+  double GaussMax = 0;
+  double AverVelDist = 0;
+  double AverInstVel = 0;
+  double AverAngle = 0;
+
+  void Record(const PanelResults& results);
 };
 
 // Menu check marks the analyses read.
@@ -58,7 +73,7 @@ struct AnalysisContext {
   AnalysisFlags Flags;
   std::string TimeUnit;  // "s" or "min"
   std::string DlatUnit;  // "µm2/s" or "µm2/min"
-  AnalysisResults& Results;
+  const AnalysisRegisters& Registers;
   float* Work;  // kWorkRows rows of kRowLength floats
   std::function<void(const std::string&)> Message;
   std::function<void()> CloseMainWindow;
@@ -67,13 +82,16 @@ struct AnalysisContext {
   // straightforward loops on this thread, the reference the others are held against).
   MsdCurveCache* Curves = nullptr;
   ThreadPool* Pool = nullptr;
+  // "Save Dlat - InstVel Data": the instant-velocity run of this pass hands it one line
+  // per value ("Dlat\tvelocity\n").
+  const LineSink* InstVelExport = nullptr;
 
   float* WorkRow(int r) const { return Work + static_cast<size_t>(r) * kRowLength; }
   double LagUnit() const { return S.dT * S.TimeScale; }
 };
 
 // Every panel analysis has this shape.
-using PanelAnalysis = void (*)(AnalysisContext& context, TQVgraph& graph);
+using PanelAnalysis = PanelResults (*)(AnalysisContext& context, TQVgraph& graph);
 
 // Copies the first `rows` work rows whole into the panel's data matrix.
 void CopyRowsToPanel(const AnalysisContext& context, TQVgraph& graph, int rows);

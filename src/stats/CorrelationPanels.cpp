@@ -103,7 +103,7 @@ void ScatterPanel(AnalysisContext& context, TQVgraph& graph, float SpotRec::*fie
   graph.Series[1].RightAxis = false;
   graph.XTitle = xTitle;
   graph.Y0Title = "Intensity (A.U.)";
-  graph.Notes[0] = "CorrCoef=" + FormatReal(TruncateTo(r, 1000.001, 0.001)) + ", (" +
+  graph.Notes[0] = "CorrCoef=" + TruncatedText(r, 1000.001, 0.001) + ", (" +
                    std::to_string(n) + " objects)";
   if (context.Flags.AutoScaling) {
     double xFirst, xLast, yFirst, yLast;
@@ -116,10 +116,12 @@ void ScatterPanel(AnalysisContext& context, TQVgraph& graph, float SpotRec::*fie
 
 }  // namespace
 
-void CalcIntMobDistr(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcIntMobDistr(AnalysisContext& context, TQVgraph& graph) {
   ScatterPanel(context, graph, &SpotRec::Dlat, "Dlat (" + context.DlatUnit + ")");
+  return {};
 }
 
-void CalcIntVelDistr(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcIntVelDistr(AnalysisContext& context, TQVgraph& graph) {
   ScatterPanel(context, graph, &SpotRec::AverVel, "Velocity (µm/" + context.TimeUnit + ")");
+  return {};
 }

@@ -4,6 +4,6 @@
 #include "stats/Analysis.h"
 
 // "Show Int-Mob Distr ": AverInt against Dlat.
-void CalcIntMobDistr(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcIntMobDistr(AnalysisContext& context, TQVgraph& graph);
 // "Show Int-Vel Distr": AverInt against AverVel.
-void CalcIntVelDistr(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcIntVelDistr(AnalysisContext& context, TQVgraph& graph);

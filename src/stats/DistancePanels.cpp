@@ -17,11 +17,11 @@ constexpr int32_t kTrackScratchZeroed = 100000;
 
 }  // namespace
 
-void CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> values(new (std::nothrow) float[kTrackScratch]);
   if (!values) {
     context.Message("Can not allocate memory");
-    return;
+    return {};
   }
   std::fill(values.get(), values.get() + kTrackScratchZeroed, 0.0f);
 
@@ -70,9 +70,9 @@ void CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
   graph.Series[1].RightAxis = graph.Series[3].RightAxis = false;
   graph.SeriesCount = 3;
 
-  std::string note = "AverDist=" + FormatReal(TruncateTo(mean, 1000.00001, 0.001)) + "µm, " +
-                     "Tau=" + FormatReal(TruncateTo(tau, 1000, 0.001)) + "µm";
-  if (tau > 0) note += ", offRate=" + FormatReal(TruncateTo(1 / tau, 1000, 0.001)) + "/µm";
+  std::string note = "AverDist=" + TruncatedText(mean, 1000.00001, 0.001) + "µm, " +
+                     "Tau=" + TruncatedText(tau, 1000, 0.001) + "µm";
+  if (tau > 0) note += ", offRate=" + TruncatedText(1 / tau, 1000, 0.001) + "/µm";
   graph.Notes[0] = note;
   graph.Notes[1].clear();
 
@@ -80,4 +80,5 @@ void CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
   graph.XTitle = "Absolute Distance (µm)";
   if (context.Flags.AutoScaling)
     SetAxes(graph, 0, x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1, 5);
+  return {};
 }

@@ -4,4 +4,4 @@
 
 // The distribution of the largest distance each selected track reaches from its
 // first point, with a falling exponential fitted from the peak on ("Tau").
-void CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph);

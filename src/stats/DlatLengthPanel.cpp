@@ -14,7 +14,7 @@ bool FitsRow(int32_t nPoints) { return nPoints >= 0 && nPoints < kRowLength; }
 
 }  // namespace
 
-void CalcDlatLenDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcDlatLenDist(AnalysisContext& context, TQVgraph& graph) {
   for (int r = 0; r < 5; ++r) std::fill(context.WorkRow(r), context.WorkRow(r) + kRowLength, 0.0f);
   float* length = context.WorkRow(0);
   float* error = context.WorkRow(1);
@@ -73,7 +73,8 @@ void CalcDlatLenDist(AnalysisContext& context, TQVgraph& graph) {
   graph.XTitle = "Track Length (points)";
   if (context.Flags.ShowFreq) graph.Y0Title = "Frequency (%)";
 
-  const AnalysisResults& r = context.Results;
-  graph.Notes[0] = "Aver. Dlat=" + FormatReal(TruncateTo(r.AverDlat, 1000, 0.001)) +
-                   context.DlatUnit + ", SD=" + FormatReal(TruncateTo(r.DlatSD, 10000, 0.0001));
+  const AnalysisRegisters& r = context.Registers;
+  graph.Notes[0] = "Aver. Dlat=" + TruncatedText(r.AverDlat, 1000, 0.001) +
+                   context.DlatUnit + ", SD=" + TruncatedText(r.DlatSD, 10000, 0.0001);
+  return {};
 }

@@ -19,11 +19,6 @@ constexpr int32_t kMsdScratchLength = 10005;
 // The MSD curve stops below this lag.
 constexpr int32_t kMsdLagLimit = 4999;
 
-// Frames of a track the MSD may read: never more than its arrays hold.
-int32_t UsablePoints(const SpotRec& track) {
-  return std::min({track.NPoints, kMaxPoints, track.X.size(), track.Y.size()});
-}
-
 int32_t StoredTracks(const TrackStore& spots) { return std::clamp(spots.NSpots, 0, kStoreCapacity); }
 
 // Makes the kept curve (and its Dlat for `lag`) of every selected track current: the
@@ -42,7 +37,7 @@ void KeepSelectedCurves(const AnalysisContext& context, MsdCurveCache& curves, f
     for (int32_t i = static_cast<int32_t>(from); i < to; ++i) {
       const SpotRec& track = spots[i];
       if (!track.Selected) continue;
-      const int32_t n = UsablePoints(track);
+      const int32_t n = track.ReadablePoints();
       if (!curves.Find(i, n, independent)) {
         CalcTrackMSD(track.X.data(), track.Y.data(), n, lag, work.Dk, work.MSD, independent);
         curves.Keep(i, n, independent, work.MSD);
@@ -59,11 +54,11 @@ void KeepSelectedCurves(const AnalysisContext& context, MsdCurveCache& curves, f
 
 }  // namespace
 
-void CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> values(new (std::nothrow) float[kStoreCapacity]);
   if (!values) {
     context.Message("Memory Allocation ERROR in CalcDlatDist");
-    return;
+    return {};
   }
   const TrackStore& spots = context.Spots;
   int32_t n = 0;
@@ -74,15 +69,14 @@ void CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
   const bool showFreq = context.Flags.ShowFreq;
   float* x = context.WorkRow(0);
   float* bins = context.WorkRow(1);
-  AnalysisResults& results = context.Results;
-  results.AverDlat = BuildHistogram(values.get(), bins, static_cast<float>(dlatBin), 0,
-                                    kHistogramBins, n, showFreq);
+  const double averDlat = BuildHistogram(values.get(), bins, static_cast<float>(dlatBin), 0,
+                                         kHistogramBins, n, showFreq);
   double squares = 0;
   for (int32_t i = 0; i < n; ++i) {
-    const double d = results.AverDlat - values[i];
+    const double d = averDlat - values[i];
     squares += d * d;
   }
-  results.DlatSD = std::sqrt(squares / n);
+  const double dlatSD = std::sqrt(squares / n);
 
   for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * dlatBin);
   std::fill_n(context.WorkRow(2), kRowLength, 0.0f);
@@ -110,16 +104,20 @@ void CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
   }
   graph.Y0Title = showFreq ? "Frequency (%)" : "Number of objects";
   graph.XTitle = "Dlat (" + context.DlatUnit + ")";
-  graph.Notes[0] = "Aver. Dlat=" + FormatReal(TruncateTo(results.AverDlat, 1000, 0.001)) +
-                   context.DlatUnit + ", SD=" + FormatReal(TruncateTo(results.DlatSD, 10000, 0.0001));
+  graph.Notes[0] = "Aver. Dlat=" + TruncatedText(averDlat, 1000, 0.001) + context.DlatUnit +
+                   ", SD=" + TruncatedText(dlatSD, 10000, 0.0001);
+  PanelResults results;
+  results.AverDlat = averDlat;
+  results.DlatSD = dlatSD;
+  return results;
 }
 
-void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
+PanelResults ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> msd(new (std::nothrow) float[kMsdScratchLength]());
   if (!msd) {
     context.Message("Can not allocate memory for MSD data");
     context.CloseMainWindow();
-    return;
+    return {};
   }
   // The panel rows double as the population sums: the mean MSD is summed in row 2 and
   // the track counts in row 4, which are what those rows finally show.
@@ -133,12 +131,10 @@ void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   for (int r = 0; r <= 6; ++r) std::fill_n(context.WorkRow(r), kRowLength, 0.0f);
 
   const Settings& S = context.S;
-  AnalysisResults& results = context.Results;
   const TrackStore& spots = context.Spots;
   const bool independent = context.Flags.Rules.IndependentPairs;
-  const float lag = static_cast<float>(S.dT * S.TimeScale);
-  results.AverDlat = 0;
-  results.NMSDPoints = 0;
+  const float lag = static_cast<float>(S.LagUnit());
+  double averDlat = 0;
 
   // Each selected track's curve: the kept one when it is current, else computed here
   // into the scratch (without kept curves, every time, as in both passes below).
@@ -162,16 +158,16 @@ void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   // points adds lags 0 .. n/2 - 2 (its slot 0 is 0).
   for (int32_t i = 0; i < StoredTracks(spots); ++i) {
     if (!spots[i].Selected) continue;
-    const int32_t n = UsablePoints(spots[i]);
+    const int32_t n = spots[i].ReadablePoints();
     double dlat = 0;
     const float* curve = curveOf(i, n, &dlat);
-    results.AverDlat += dlat;
+    averDlat += dlat;
     for (int32_t k = 0; k <= n / 2 - 2; ++k) {
       MeanMSD[k] += curve[k];
       NTracks[k] += 1;
     }
   }
-  if (spots.NSelected != 0) results.AverDlat = results.AverDlat / spots.NSelected;
+  if (spots.NSelected != 0) averDlat = averDlat / spots.NSelected;
 
   int32_t NMSDPoints = 0;
   for (int32_t k = kMsdLagLimit - 1; k > 0; --k)
@@ -179,13 +175,12 @@ void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
       NMSDPoints = k;
       break;
     }
-  results.NMSDPoints = NMSDPoints;
   for (int32_t k = 0; k < NMSDPoints; ++k) MeanMSD[k] = MeanMSD[k] / NTracks[k];
 
   // Second pass: the spread around the mean, each curve again (recomputed when not kept).
   for (int32_t i = 0; i < StoredTracks(spots); ++i) {
     if (!spots[i].Selected) continue;
-    const int32_t n = UsablePoints(spots[i]);
+    const int32_t n = spots[i].ReadablePoints();
     const float* curve = curveOf(i, n, nullptr);
     for (int32_t k = 0; k <= n / 2 - 2; ++k) {
       const float d = curve[k] - MeanMSD[k];
@@ -194,15 +189,15 @@ void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   }
 
   for (int32_t k = 1; k < NMSDPoints; ++k) {
-    T[k] = static_cast<float>(k * S.dT * S.TimeScale);
+    T[k] = static_cast<float>(S.FramesTime(k));
     fitted[k] = 0;
   }
   // Lags 1 .. n, each weighted by the tracks that reach it. A limit below 3 leaves
   // nothing to fit, and the fit then reports NaN; the count is kept from overflowing.
   const int32_t fitEnd = std::min(S.MSDfitLimit, NMSDPoints);
   const int32_t nFit = fitEnd > 0 ? fitEnd - 2 : -2;
-  const float noise =
-      WeightedLinearFit(T + 1, MeanMSD + 1, NTracks + 1, fitted + 1, nFit, results.FitSlope);
+  float fitSlope = 0;
+  const float noise = WeightedLinearFit(T + 1, MeanMSD + 1, NTracks + 1, fitted + 1, nFit, fitSlope);
 
   float maxMSD = 0;
   for (int32_t k = 1; k < NMSDPoints; ++k) {
@@ -224,10 +219,9 @@ void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   }
 
   CopyRowsToPanel(context, graph, 5);
-  graph.Notes[0] = "AverDlat=" + FormatReal(TruncateTo(results.AverDlat, 1000.001, 0.001)) +
-                   context.DlatUnit +
-                   ", Fit=" + FormatReal(TruncateTo(results.FitSlope, 250.001, 0.001)) +
-                   context.DlatUnit + " noise=" + FormatReal(TruncateTo(noise, 1000.001, 0.001)) +
+  graph.Notes[0] = "AverDlat=" + TruncatedText(averDlat, 1000.001, 0.001) + context.DlatUnit +
+                   ", Fit=" + TruncatedText(fitSlope, 250.001, 0.001) +
+                   context.DlatUnit + " noise=" + TruncatedText(noise, 1000.001, 0.001) +
                    " µm2";
 
   SeriesRec* series = graph.Series;
@@ -246,6 +240,11 @@ void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   graph.XTitle = "dT (" + context.TimeUnit + ")";
 
   if (context.Flags.AutoScaling)
-    SetAxes(graph, 0, static_cast<float>(NMSDPoints * S.dT * S.TimeScale), 0,
+    SetAxes(graph, 0, static_cast<float>(S.FramesTime(NMSDPoints)), 0,
             static_cast<float>(maxMSD * 1.2), 0, static_cast<float>(atLag3 * (1 + 1.0 / 3)), 5);
+  PanelResults results;
+  results.AverDlat = averDlat;
+  results.NMSDPoints = NMSDPoints;
+  results.FitSlope = fitSlope;
+  return results;
 }

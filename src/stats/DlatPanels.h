@@ -2,5 +2,5 @@
 // The Dlat distribution and the population MSD against lag.
 #include "stats/Analysis.h"
 
-void CalcDlatDist(AnalysisContext& context, TQVgraph& graph);
-void ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph);

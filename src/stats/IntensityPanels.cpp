@@ -13,17 +13,15 @@
 
 namespace {
 
-// Frames of a track that may be read: its point count, never more than its arrays hold.
-int32_t ReadableFrames(const SpotRec& track) {
-  return std::max(0, std::min(track.NPoints, track.Int.size()));
-}
+struct MeanAndSD {
+  double mean, sd;
+};
 
-std::string Tenths(double value) { return FormatReal(TruncateTo(value, 10, 0.1)); }
-
-// The histogram step both distributions share: bins in row 1, X in row 0, mean and SD
-// into the results, titles, styles, point count and axes. Row 2 is cleared for the fit.
-void IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const float* values,
-                        int32_t count, const char* countTitle) {
+// The histogram step both distributions share: bins in row 1, X in row 0, titles,
+// styles, point count and axes; returns the values' mean and SD. Row 2 is cleared for
+// the fit.
+MeanAndSD IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const float* values,
+                             int32_t count, const char* countTitle) {
   float* x = context.WorkRow(0);
   float* bins = context.WorkRow(1);
   float* fit = context.WorkRow(2);
@@ -31,13 +29,12 @@ void IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const float* 
 
   const double mean = BuildHistogram(values, bins, static_cast<float>(step), 0, kHistogramBins,
                                      count, context.Flags.ShowFreq);
-  context.Results.AverIntens = mean;
   double squares = 0;
   for (int32_t v = 0; v < count; ++v) {
     const double d = mean - values[v];
     squares += d * d;
   }
-  context.Results.IntensSD = std::sqrt(squares / count);
+  const double sd = std::sqrt(squares / count);
 
   for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * step);
   std::fill(fit, fit + kRowLength, 0.0f);
@@ -57,16 +54,16 @@ void IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const float* 
   graph.DataFirst = 0;
   graph.DataEnd = last + 1;
   if (context.Flags.AutoScaling) SetAxes(graph, 0, x[last], 0, maxBin * 1.2, 0, 1, 5);
+  return {mean, sd};
 }
 
 }  // namespace
 
-void IntensGaussFit(AnalysisContext& context, TQVgraph& graph) {
+double IntensGaussFit(AnalysisContext& context, const TQVgraph& graph, double sd) {
   const float* x = context.WorkRow(0);
   const float* bins = context.WorkRow(1);
   float* fit = context.WorkRow(2);
   const double step = context.S.IntStep;
-  const double sd = context.Results.IntensSD;
   // The selected-track count even when the bins count single measurements.
   const double area = (context.Flags.ShowFreq ? 100 : context.Spots.NSelected) * step;
 
@@ -100,14 +97,14 @@ void IntensGaussFit(AnalysisContext& context, TQVgraph& graph) {
 
   for (int32_t i = 0; i < end; ++i)
     fit[i] = static_cast<float>(area * GaussValue(x[i] - best, sd));
-  context.Results.GaussMax = best;
+  return best;
 }
 
-void CalcIntensDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcIntensDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> values(new (std::nothrow) float[kStoreCapacity]);
   if (!values) {
     context.Message("Memory Allocation ERROR in CalcIntensDist");
-    return;
+    return {};
   }
   const TrackStore& spots = context.Spots;
   const int32_t nSpots = std::min(spots.NSpots, kStoreCapacity);
@@ -115,21 +112,24 @@ void CalcIntensDist(AnalysisContext& context, TQVgraph& graph) {
   for (int32_t i = 0; i < nSpots; ++i)
     if (spots[i].Selected) values[count++] = spots[i].AverInt;
 
-  IntensityHistogram(context, graph, values.get(), count, "Number of objects");
-  const AnalysisResults& r = context.Results;
+  const MeanAndSD spread = IntensityHistogram(context, graph, values.get(), count, "Number of objects");
   // Written before the fit, so it shows the centre the previous fit left.
-  graph.Notes[0] = "Aver. Intens=" + Tenths(r.AverIntens) + "cnts,SD=" + Tenths(r.IntensSD) +
+  graph.Notes[0] = "Aver. Intens=" + TenthsText(spread.mean) + "cnts,SD=" + TenthsText(spread.sd) +
                    ", (" + std::to_string(spots.NSelected) + " objects) " + " (GaussMax=" +
-                   Tenths(r.GaussMax) + ")";
-  IntensGaussFit(context, graph);
+                   TenthsText(context.Registers.GaussMax) + ")";
+  PanelResults results;
+  results.AverIntens = spread.mean;
+  results.IntensSD = spread.sd;
+  results.GaussMax = IntensGaussFit(context, graph, spread.sd);
   CopyRowsToPanel(context, graph, 3);
+  return results;
 }
 
-void CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> values(new (std::nothrow) float[kMaxIntensityValues]);
   if (!values) {
     context.Message("Mem Alloc ERROR in Instant Intens Dist");
-    return;
+    return {};
   }
   const TrackStore& spots = context.Spots;
   const bool window = context.Flags.UseTimeWindow;
@@ -140,7 +140,7 @@ void CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph) {
   for (int32_t i = 0; i < nSpots && count < kMaxIntensityValues; ++i) {
     const SpotRec& track = spots[i];
     if (!track.Selected) continue;
-    const int32_t frames = ReadableFrames(track);
+    const int32_t frames = track.ReadablePoints();
     for (int32_t j = 0; j < frames && count < kMaxIntensityValues; ++j) {
       const int64_t frame = static_cast<int64_t>(track.FirstFrame) + j;
       if (window && (frame < firstFrame || frame > lastFrame)) continue;
@@ -148,12 +148,16 @@ void CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph) {
     }
   }
 
-  IntensityHistogram(context, graph, values.get(), count, "Number of measurements");
-  const AnalysisResults& r = context.Results;
-  graph.Notes[0] = "Aver. Intens=" + Tenths(r.AverIntens) + "cnts,SD=" + Tenths(r.IntensSD) +
+  const MeanAndSD spread =
+      IntensityHistogram(context, graph, values.get(), count, "Number of measurements");
+  graph.Notes[0] = "Aver. Intens=" + TenthsText(spread.mean) + "cnts,SD=" + TenthsText(spread.sd) +
                    ", (" + std::to_string(spots.NSelected) + " objects, " +
                    std::to_string(count) + " dataPoints) ";
-  IntensGaussFit(context, graph);
-  graph.Notes[1] = " (GaussMax=" + Tenths(r.GaussMax) + ")";
+  PanelResults results;
+  results.AverIntens = spread.mean;
+  results.IntensSD = spread.sd;
+  results.GaussMax = IntensGaussFit(context, graph, spread.sd);
+  graph.Notes[1] = " (GaussMax=" + TenthsText(*results.GaussMax) + ")";
   CopyRowsToPanel(context, graph, 3);
+  return results;
 }

@@ -9,12 +9,12 @@
 inline constexpr int32_t kMaxIntensityValues = 10000005;
 
 // "Show Intens Distr": the mean intensity (AverInt) of every selected track.
-void CalcIntensDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcIntensDist(AnalysisContext& context, TQVgraph& graph);
 // "Instant Intens. Distr.": every intensity of every selected track, inside the
 // time window when "Use Time Window" is checked.
-void CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph);
 
-// Fits the centre of a Gaussian of fixed width (IntensSD) and area to the bins of work
-// row 1 over the X of work row 0, points 0 .. graph.DataEnd; writes the curve into
-// work row 2 for the points below DataEnd and leaves the centre in GaussMax.
-void IntensGaussFit(AnalysisContext& context, TQVgraph& graph);
+// Fits the centre of a Gaussian of fixed width `sd` and area to the bins of work row 1
+// over the X of work row 0, points 0 .. graph.DataEnd; writes the curve into work row 2
+// for the points below DataEnd and returns the centre (GaussMax).
+double IntensGaussFit(AnalysisContext& context, const TQVgraph& graph, double sd);

@@ -34,12 +34,12 @@ double TrackMobilitySlope(const float* x, const float* y, int32_t n, int32_t fit
   return slope;
 }
 
-void CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> values(new (std::nothrow) float[kStoreCapacity]);
   std::unique_ptr<MsdScratch> scratch(new (std::nothrow) MsdScratch);
   if (!values || !scratch) {
     context.Message("Memory Allocation ERROR in MobilitySlopeDist");
-    return;
+    return {};
   }
   const TrackStore& spots = context.Spots;
   const Settings& S = context.S;
@@ -48,7 +48,7 @@ void CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
   for (int32_t t = 0; t < StoredTrackCount(spots); ++t) {
     const SpotRec& track = spots[t];
     if (!track.Selected) continue;
-    const double alpha = TrackMobilitySlope(track.X.data(), track.Y.data(), ReadablePoints(track),
+    const double alpha = TrackMobilitySlope(track.X.data(), track.Y.data(), track.ReadablePoints(),
                                             S.MSDfitLimit, context.Flags.Rules.IndependentPairs,
                                             *scratch);
     if (!std::isfinite(alpha)) continue;
@@ -86,8 +86,8 @@ void CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
   histogram.RightAxis = false;
   graph.XTitle = "MSD Slope (alpha)";
   graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of objects";
-  graph.Notes[0] = "Aver. Slope=" + FormatReal(TruncateTo(mean, 1000.001, 0.001)) +
-                   ", SD=" + FormatReal(TruncateTo(sd, 1000.001, 0.001)) + ", (" +
+  graph.Notes[0] = "Aver. Slope=" + TruncatedText(mean, 1000.001, 0.001) +
+                   ", SD=" + TruncatedText(sd, 1000.001, 0.001) + ", (" +
                    std::to_string(n) + " objects)";
   if (context.Flags.AutoScaling) {
     double xFirst = origin, xLast = (points > 0 ? x[points - 1] : origin) + kSlopeBin;
@@ -97,4 +97,5 @@ void CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
     SetAxes(graph, static_cast<float>(xFirst), static_cast<float>(xLast), 0,
             static_cast<float>(yLast), 0, 1, 5);
   }
+  return {};
 }

@@ -16,4 +16,4 @@ double TrackMobilitySlope(const float* x, const float* y, int32_t n, int32_t fit
                           bool independentPairs, MsdScratch& scratch);
 
 // "Mobility Slope Distr.": alpha of every selected track that has one, binned.
-void CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph);

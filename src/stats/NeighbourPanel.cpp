@@ -16,7 +16,7 @@ namespace {
 void CentresOf(const TrackStore& spots, int32_t from, int32_t to, float* cx, float* cy) {
   for (int32_t i = from; i < to; ++i) {
     const SpotRec& track = spots[i];
-    const int32_t frames = std::max(0, std::min({track.NPoints, track.X.size(), track.Y.size()}));
+    const int32_t frames = track.ReadablePoints();
     float sumX = 0, sumY = 0;
     for (int32_t k = 0; k < frames; ++k) {
       sumX += track.X[k];
@@ -259,11 +259,11 @@ int32_t NearestNeighbourDistancesGrid(const TrackStore& spots, const float* cx, 
   return count;
 }
 
-void CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> cx(new (std::nothrow) float[kStoreCapacity]);
   std::unique_ptr<float[]> cy(new (std::nothrow) float[kStoreCapacity]);
   std::unique_ptr<float[]> distances(new (std::nothrow) float[kStoreCapacity]);
-  if (!cx || !cy || !distances) return;
+  if (!cx || !cy || !distances) return {};
 
   for (int r = 0; r < 5; ++r) std::fill(context.WorkRow(r), context.WorkRow(r) + kRowLength, 0.0f);
   TrackCentres(context.Spots, cx.get(), cy.get(), context.Pool);
@@ -309,5 +309,6 @@ void CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph) {
   }
   graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of objects";
   graph.XTitle = "Distance (µm)";
-  graph.Notes[0] = "Aver. Ddistance=" + FormatReal(TruncateTo(mean, 1000, 0.001)) + context.DlatUnit;
+  graph.Notes[0] = "Aver. Ddistance=" + TruncatedText(mean, 1000, 0.001) + context.DlatUnit;
+  return {};
 }

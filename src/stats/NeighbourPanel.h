@@ -30,4 +30,4 @@ int32_t NearestNeighbourDistancesGrid(const TrackStore& spots, const float* cx, 
                                       float* squared, ThreadPool* pool = nullptr);
 
 // "Distance to Neighb. Distr": the distribution of nearest-neighbour distances.
-void CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph);

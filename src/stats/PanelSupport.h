@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "plot/Ticks.h"
 #include "stats/Histogram.h"
 #include "store/SpotRec.h"
 #include "store/TrackStore.h"
@@ -19,23 +20,6 @@ void ForEachSelectedTrack(const TrackStore& spots, Visit&& visit) {
   const int32_t count = StoredTrackCount(spots);
   for (int32_t t = 0; t < count; ++t)
     if (spots[t].Selected) visit(spots[t]);
-}
-
-// Frames of a track that may be read: never more than its arrays hold.
-inline int32_t ReadablePoints(const SpotRec& track) {
-  const int32_t n = std::min({track.NPoints, kMaxPoints, track.X.size(), track.Y.size(),
-                              track.Int.size()});
-  return n < 0 ? 0 : n;
-}
-
-// An axis range that can be drawn: finite and not empty. `first` and `last` are
-// replaced by 0 .. 1 when they are not numbers, and widened when equal.
-inline void DrawableRange(double& first, double& last) {
-  if (!std::isfinite(first) || !std::isfinite(last)) {
-    first = 0;
-    last = 1;
-  }
-  if (!(last > first)) last = first + std::max(1.0, std::fabs(first) * 0.01);
 }
 
 // SetAxes with 5 ticks over the three ranges, each made drawable first.

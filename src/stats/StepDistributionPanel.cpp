@@ -57,7 +57,7 @@ bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
   double sum = 0;
   ForEachSelectedTrack(spots, [&](const SpotRec& track) {
     if (pairs >= kMaxStepPairs) return;  // the pair budget is spent
-    pairs += AddTrackStepPairs(track.X.data(), track.Y.data(), ReadablePoints(track), width,
+    pairs += AddTrackStepPairs(track.X.data(), track.Y.data(), track.ReadablePoints(), width,
                                counts.get(), sum, kMaxStepPairs - pairs);
   });
   const double mean = sum / static_cast<double>(pairs);
@@ -90,7 +90,7 @@ bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
 
   graph.XTitle = "Pair Distance (nm)";
   graph.Y0Title = showFreq ? "Frequency (%)" : "Number of pairs";
-  graph.Notes[0] = "AverDist=" + FormatReal(TruncateTo(mean, 10, 0.1)) + "nm, " +
+  graph.Notes[0] = "AverDist=" + TruncatedText(mean, 10, 0.1) + "nm, " +
                    std::to_string(pairs) + " pairs, Window=" + std::to_string(kStepWindow) +
                    " frames";
   if (context.Flags.AutoScaling)
@@ -101,7 +101,10 @@ bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
 
 }  // namespace
 
-void CalcStepDistr(AnalysisContext& context, TQVgraph& graph) { BuildStepPanel(context, graph); }
+PanelResults CalcStepDistr(AnalysisContext& context, TQVgraph& graph) {
+  BuildStepPanel(context, graph);
+  return {};
+}
 
 bool StepGaussFit(AnalysisContext& context, TQVgraph& graph, MultiGaussResult* out) {
   if (!BuildStepPanel(context, graph)) return false;
@@ -121,7 +124,7 @@ bool StepGaussFit(AnalysisContext& context, TQVgraph& graph, MultiGaussResult* o
       row[j] = static_cast<float>(MultiGaussBinValue(fit, bars ? j : j / 2, binWidth));
     graph.Series[2].Show = true;
   }
-  graph.Notes[0] += ", Step=" + FormatReal(TruncateTo(fit.Step, 100, 0.01)) +
-                    "nm, SD=" + FormatReal(TruncateTo(fit.Width, 100, 0.01)) + "nm";
+  graph.Notes[0] += ", Step=" + TruncatedText(fit.Step, 100, 0.01) +
+                    "nm, SD=" + TruncatedText(fit.Width, 100, 0.01) + "nm";
   return true;
 }

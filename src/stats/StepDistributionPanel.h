@@ -21,7 +21,7 @@ int64_t AddTrackStepPairs(const float* x, const float* y, int32_t n, float binWi
 
 // For every selected track the distances between its points up to kStepWindow frames
 // apart, in nm, binned by DistanceBin and summed over the tracks.
-void CalcStepDistr(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcStepDistr(AnalysisContext& context, TQVgraph& graph);
 
 // Redraws the step-distribution panel, fits it and draws the fit as series 2, with
 // the step and its width appended to the note. False (after a message) when the

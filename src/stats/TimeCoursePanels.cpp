@@ -174,17 +174,14 @@ void SetCourseAxes(AnalysisContext& context, TQVgraph& graph, int32_t slots, dou
   SetDrawableAxes(graph, time[0], time[slots], lo * 1.2, hi * 1.2, 0, maxCount * 1.2);
 }
 
-std::string Truncated(double value, double scale, double step) {
-  return FormatReal(TruncateTo(value, scale, step));
-}
 
 }  // namespace
 
-void CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   Course course(context);
-  if (!course.Ready("Can not allocate memory for MSD data")) return;
+  if (!course.Ready("Can not allocate memory for MSD data")) return {};
   ForEachSelectedTrack(context.Spots, [&](const SpotRec& track) {
-    const int32_t n = ReadablePoints(track);
+    const int32_t n = track.ReadablePoints();
     for (int32_t j = 0; j < n; ++j) {
       const float dx = track.X[j] - track.X[0];
       const float dy = track.Y[j] - track.Y[0];
@@ -192,7 +189,7 @@ void CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph) {
     }
   });
   const Settings& S = context.S;
-  const double lag = S.dT * S.TimeScale;
+  const double lag = S.LagUnit();
   const int32_t slots = course.Finish(lag);
   float* time = context.WorkRow(kTimeRow);
   float* mean = context.WorkRow(kMeanRow);
@@ -200,9 +197,9 @@ void CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   float* count = context.WorkRow(kCountRow);
 
   // MSD = 4 D t over the first MSDfitLimit slots, each weighted by the tracks present
-  // (a slot no track covers weighs nothing). The slope lands in the shared FitSlope.
+  // (a slot no track covers weighs nothing). The slope goes to the shared FitSlope.
   const int32_t nFit = std::clamp(S.MSDfitLimit, 0, slots);
-  float& slope = context.Results.FitSlope;
+  float slope = 0;
   const float intercept = WeightedLinearFit(time, mean, count, line, nFit, slope);
   const bool lineShown = std::isfinite(slope) && std::isfinite(intercept) && nFit > 0;
   for (int32_t k = 0; k < slots; ++k) line[k] = lineShown ? slope * time[k] + intercept : 0.0f;
@@ -212,30 +209,33 @@ void CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph) {
 
   CopyRowsToPanel(context, graph, 5);
   SetCourseSeries(graph, slots, lineShown, tau > 0);
-  std::string note = "AverDlat=" + Truncated(MeanDlat(context), 1000.001, 0.001) +
-                     context.DlatUnit + ",Fitted Dlat=" + Truncated(slope, 250.001, 0.001) +
-                     context.DlatUnit + ", Tau=" + Truncated(tau, 1000, 0.001) + context.TimeUnit;
-  if (tau > 0) note += ", offRate=" + Truncated(1 / tau, 1000, 0.001) + "/" + context.TimeUnit;
+  std::string note = "AverDlat=" + TruncatedText(MeanDlat(context), 1000.001, 0.001) +
+                     context.DlatUnit + ",Fitted Dlat=" + TruncatedText(slope, 250.001, 0.001) +
+                     context.DlatUnit + ", Tau=" + TruncatedText(tau, 1000, 0.001) + context.TimeUnit;
+  if (tau > 0) note += ", offRate=" + TruncatedText(1 / tau, 1000, 0.001) + "/" + context.TimeUnit;
   graph.Notes[0] = note;
   graph.XTitle = "Time (" + context.TimeUnit + ")";
   graph.Y0Title = "Mean Sq. Distance (µm2)";
   SetCourseAxes(context, graph, slots, maxCount);
+  PanelResults results;
+  results.FitSlope = slope;
+  return results;
 }
 
-void CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   Course course(context);
-  if (!course.Ready("Can not allocate memory for velocity data")) return;
+  if (!course.Ready("Can not allocate memory for velocity data")) return {};
   const Settings& S = context.S;
   const PairRules& rules = context.Flags.Rules;
   const int32_t s = S.VelocityStep;
-  const float T = static_cast<float>(s * S.dT * S.TimeScale);
+  const float T = static_cast<float>(S.FramesTime(s));
   const int32_t advance = rules.IndependentPairs ? s : 1;
   double total = 0;
   int64_t values = 0;
   // The steps of the instant-velocity distribution, each placed at the frame it starts from.
   if (s >= 1) {
     ForEachSelectedTrack(context.Spots, [&](const SpotRec& track) {
-      const int32_t n = ReadablePoints(track);
+      const int32_t n = track.ReadablePoints();
       for (int32_t i = 0; i < n - s - 1; i += advance) {
         const float dx = track.X[i + s] - track.X[i];
         const float dy = track.Y[i + s] - track.Y[i];
@@ -247,26 +247,27 @@ void CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
       }
     });
   }
-  const int32_t slots = course.Finish(S.dT * S.TimeScale);
+  const int32_t slots = course.Finish(S.LagUnit());
   const double maxCount = ScaleCounts(context, graph, slots);
 
   CopyRowsToPanel(context, graph, 5);
   SetCourseSeries(graph, slots, false, false);
   const double mean = values > 0 ? total / static_cast<double>(values) : 0.0;
-  graph.Notes[0] = "AverVel=" + Truncated(mean, 1000.001, 0.001) + "µm/" + context.TimeUnit +
+  graph.Notes[0] = "AverVel=" + TruncatedText(mean, 1000.001, 0.001) + "µm/" + context.TimeUnit +
                    ", VelStep=" + std::to_string(s);
   graph.XTitle = "Time (" + context.TimeUnit + ")";
   graph.Y0Title = "Velocity (µm/" + context.TimeUnit + ")";
   SetCourseAxes(context, graph, slots, maxCount);
+  return {};
 }
 
-void CalcIntensityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcIntensityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   Course course(context);
-  if (!course.Ready("Can not allocate memory for intensity data")) return;
+  if (!course.Ready("Can not allocate memory for intensity data")) return {};
   double total = 0;
   int64_t values = 0;
   ForEachSelectedTrack(context.Spots, [&](const SpotRec& track) {
-    const int32_t n = ReadablePoints(track);
+    const int32_t n = track.ReadablePoints();
     for (int32_t j = 0; j < n; ++j) {
       course.Add(track, j, track.Int[j]);
       total += track.Int[j];
@@ -285,10 +286,11 @@ void CalcIntensityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   CopyRowsToPanel(context, graph, 5);
   SetCourseSeries(graph, slots, tau > 0, false);
   const double meanInt = values > 0 ? total / static_cast<double>(values) : 0.0;
-  graph.Notes[0] = "AverDlat=" + Truncated(MeanDlat(context), 1000.001, 0.001) + context.DlatUnit +
-                   ", AverInt=" + Truncated(meanInt, 10, 0.1) +
-                   ", BleachTau=" + Truncated(tau, 1000, 0.001) + "s";
+  graph.Notes[0] = "AverDlat=" + TruncatedText(MeanDlat(context), 1000.001, 0.001) + context.DlatUnit +
+                   ", AverInt=" + TruncatedText(meanInt, 10, 0.1) +
+                   ", BleachTau=" + TruncatedText(tau, 1000, 0.001) + "s";
   graph.XTitle = "Time (s)";
   graph.Y0Title = "Average Intensity (c/p)";
   SetCourseAxes(context, graph, slots, maxCount);
+  return {};
 }

@@ -8,10 +8,10 @@
 // "Show Distance ver Time": the mean squared distance from each track's first point,
 // its straight-line fit (MSD = 4 D t) and the survival of tracks fitted for the dwell
 // time Tau and the off-rate.
-void CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph);
 
 // "Show Vel. ver Time": the mean instant velocity over VelocityStep frames.
-void CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph);
 
 // "Show Intens ver Time": the mean intensity, fitted from its peak on for a bleaching time.
-void CalcIntensityTimeCourse(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcIntensityTimeCourse(AnalysisContext& context, TQVgraph& graph);

@@ -119,7 +119,7 @@ double CalcTrackMSD(const float* x, const float* y, int32_t n, float lag, float*
 double CalcTrackVelocity(const SpotRec& track, const Settings& settings, const PairRules& rules) {
   const int32_t s = settings.VelocityStep;
   const int32_t n = track.NPoints;
-  const float T = static_cast<float>(s * settings.dT * settings.TimeScale);
+  const float T = static_cast<float>(settings.FramesTime(s));
   float sum = 0;
   float count = 0;
   const int32_t advance = rules.IndependentPairs ? s : 1;
@@ -137,6 +137,14 @@ double CalcTrackVelocity(const SpotRec& track, const Settings& settings, const P
   }
   if (count == 0) return 0;
   return sum / count;
+}
+
+float InstantVelocity(const SpotRec& track, int32_t i, int32_t s, float T, bool absoluteX) {
+  const float dx = track.X[i + s] - track.X[i];
+  const float dy = track.Y[i + s] - track.Y[i];
+  float v = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T);
+  if (absoluteX && dx < 0) v = -v;
+  return v;
 }
 
 float AverageIntensity(const SpotRec& track) {
@@ -213,7 +221,7 @@ void FindIntensityDrop(SpotRec& track, int32_t W) {
 
 void RecomputeMobility(SpotRec& track, const Settings& settings, const PairRules& rules,
                        MsdScratch& scratch) {
-  const float lag = static_cast<float>(settings.dT * settings.TimeScale);
+  const float lag = static_cast<float>(settings.LagUnit());
   track.Dlat = static_cast<float>(CalcTrackMSD(track.X.data(), track.Y.data(), track.NPoints, lag,
                                                scratch.Dk, scratch.MSD, rules.IndependentPairs));
   track.AverVel = static_cast<float>(CalcTrackVelocity(track, settings, rules));
@@ -229,7 +237,7 @@ void ComputeTrackValues(SpotRec& track, const Settings& settings, const PairRule
 void ComputeTrackValuesReference(SpotRec& track, const Settings& settings, const PairRules& rules,
                                  MsdScratch& scratch) {
   track.AverInt = AverageIntensity(track);
-  const float lag = static_cast<float>(settings.dT * settings.TimeScale);
+  const float lag = static_cast<float>(settings.LagUnit());
   track.Dlat = static_cast<float>(CalcTrackMSDReference(track.X.data(), track.Y.data(),
                                                         track.NPoints, lag, scratch.Dk,
                                                         scratch.MSD, rules.IndependentPairs));
@@ -270,9 +278,9 @@ void ComputeTrackValuesBatch(SpotRec* const* tracks, int count, const Settings& 
     return;
   }
   const bool avx2 = kernels >= kAvx2;  // the short loops have no AVX-512 versions
-  const float lag = static_cast<float>(settings.dT * settings.TimeScale);
+  const float lag = static_cast<float>(settings.LagUnit());
   const int32_t s = settings.VelocityStep;
-  const float T = static_cast<float>(s * settings.dT * settings.TimeScale);
+  const float T = static_cast<float>(settings.FramesTime(s));
   const int32_t W = settings.IntDropWindow;
 
   // The parts that vectorise, track by track; the chains they leave are summed below.

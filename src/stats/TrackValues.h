@@ -32,6 +32,11 @@ KernelSet ActiveKernels();
 // Average velocity over steps of `velocityStep` frames (0 when no step fits).
 double CalcTrackVelocity(const SpotRec& track, const Settings& settings, const PairRules& rules);
 
+// The instant velocity of the step from point i to point i + s taking the time T: the
+// distance in double, divided, rounded to float; negative towards smaller X with
+// absoluteX.
+float InstantVelocity(const SpotRec& track, int32_t i, int32_t s, float T, bool absoluteX);
+
 // Mean intensity over all frames.
 float AverageIntensity(const SpotRec& track);
 

@@ -41,21 +41,10 @@ void ShowBarsOnly(TQVgraph& graph) {
   for (int k = 2; k <= 4; ++k) graph.Series[k].Show = false;
 }
 
-std::string InstantVelocityNote(const AnalysisContext& context) {
-  return "AverVel=" + FormatReal(TruncateTo(context.Results.AverInstVel, 1000.001, 0.001)) +
+std::string InstantVelocityNote(const AnalysisContext& context, double averInstVel) {
+  return "AverVel=" + TruncatedText(averInstVel, 1000.001, 0.001) +
          (context.Flags.TimeMinutes ? "µm/min" : "µm/s") +
          ", VelStep=" + std::to_string(context.S.VelocityStep);
-}
-
-void DisarmExport(AnalysisContext& context) { context.Results.InstVelExport.Armed = false; }
-
-// The instant velocity of the step from point i to point i + s.
-float InstantVelocity(const SpotRec& track, int32_t i, int32_t s, float T, bool absoluteX) {
-  const float dx = track.X[i + s] - track.X[i];
-  const float dy = track.Y[i + s] - track.Y[i];
-  float v = static_cast<float>(std::sqrt(static_cast<double>(dx * dx + dy * dy)) / T);
-  if (absoluteX && dx < 0) v = -v;
-  return v;
 }
 
 // The instant velocities of a track's first `steps` steps taken at every frame, into
@@ -151,11 +140,11 @@ double GaussValue(double x, double sd) {
   return std::exp(-x * x / (2 * sd * sd)) / std::sqrt(6.28318530718 * sd * sd);
 }
 
-void CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> values(new (std::nothrow) float[kTrackScratch]);
   if (!values) {
     context.Message("Can not allocated memory");
-    return;
+    return {};
   }
 
   const TrackStore& spots = context.Spots;
@@ -178,7 +167,6 @@ void CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
   const double mean =
       BuildHistogram(values.get(), bins, static_cast<float>(bin), static_cast<float>(origin),
                      kHistogramBins, n, context.Flags.ShowFreq);
-  context.Results.AverVelDist = mean;
   const int32_t last = LastFilledBin(bins);
   const float maxBin = MaxBin(bins, last);
 
@@ -224,9 +212,9 @@ void CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
   graph.Series[2].RightAxis = false;
   graph.SeriesCount = 2;
 
-  graph.Notes[0] = "AverVel=" + FormatReal(TruncateTo(mean, 1000.00001, 0.001)) + "µm (SD=" +
-                   FormatReal(TruncateTo(sd, 1000.00001, 0.001)) + ")" + ", bestFit=" +
-                   FormatReal(TruncateTo(bestFit, 1000.00001, 0.001)) + "um" +
+  graph.Notes[0] = "AverVel=" + TruncatedText(mean, 1000.00001, 0.001) + "µm (SD=" +
+                   TruncatedText(sd, 1000.00001, 0.001) + ")" + ", bestFit=" +
+                   TruncatedText(bestFit, 1000.00001, 0.001) + "um" +
                    ", VelStep=" + std::to_string(context.S.VelocityStep);
   graph.Notes[1].clear();
   graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of Objects";
@@ -234,20 +222,22 @@ void CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
   if (context.Flags.AutoScaling)
     SetAxes(graph, static_cast<float>(origin), x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1,
             5);
+  PanelResults results;
+  results.AverVelDist = mean;
+  return results;
 }
 
-void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> values(new (std::nothrow) float[kStepScratch]());
   if (!values) {
-    DisarmExport(context);
     context.Message("Can not allocate velocity array");
-    return;
+    return {};
   }
 
-  DlatInstVelExport& exportTo = context.Results.InstVelExport;
-  const bool exporting = exportTo.Armed && exportTo.WriteLine;
+  const LineSink* exportTo = context.InstVelExport;
+  const bool exporting = exportTo && *exportTo;
   const int32_t s = context.S.VelocityStep;
-  const float T = static_cast<float>(s * context.S.dT * context.S.TimeScale);
+  const float T = static_cast<float>(context.S.FramesTime(s));
   const PairRules& rules = context.Flags.Rules;
   const int32_t advance = rules.IndependentPairs ? s : 1;
 
@@ -269,13 +259,13 @@ void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
     const SpotRec& track = spots[t];
     if (!track.Selected) continue;
     std::string dlatText;
-    if (exporting) dlatText = FormatReal(TruncateTo(track.Dlat, 1000, 0.001)) + "\t";
+    if (exporting) dlatText = TruncatedText(track.Dlat, 1000, 0.001) + "\t";
     const int64_t end = static_cast<int64_t>(track.NPoints) - s - 1;
     for (int32_t i = 0; i < end; i += advance) {
       const float v = InstantVelocity(track, i, s, T, rules.AbsoluteXspeed);
       values[count] = v;
       if (v < vmin) vmin = v;
-      if (exporting) exportTo.WriteLine(dlatText + FormatReal(TruncateTo(v, 1000, 0.001)) + "\n");
+      if (exporting) (*exportTo)(dlatText + TruncatedText(v, 1000, 0.001) + "\n");
       // The collection stops as soon as the scratch is nearly full, mid-track too.
       if (++count >= kMaxStepValues) {
         full = true;
@@ -283,14 +273,13 @@ void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
       }
     }
   }
-  DisarmExport(context);
 
   const double bin = context.S.VelocityBin;
   const double origin = SignedOrigin(vmin, bin);
   float* x = context.WorkRow(0);
   float* bins = context.WorkRow(1);
   ClearRows(context, 2, 4);
-  context.Results.AverInstVel =
+  const double averInstVel =
       BuildHistogram(values.get(), bins, static_cast<float>(bin), static_cast<float>(origin),
                      kHistogramBins, count, context.Flags.ShowFreq);
   const int32_t last = LastFilledBin(bins);
@@ -300,7 +289,7 @@ void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
   CopyRowsToPanel(context, graph, 5);
   graph.DataEnd = last;
   graph.DataFirst = 0;
-  graph.Notes[0] = InstantVelocityNote(context);
+  graph.Notes[0] = InstantVelocityNote(context, averInstVel);
   graph.Notes[1].clear();
   graph.XTitle = context.Flags.TimeMinutes ? "Velocity(µm/min)" : "Velocity(µm/s)";
   graph.Series[1].Style = Bar;
@@ -311,13 +300,16 @@ void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
   if (context.Flags.AutoScaling)
     SetAxes(graph, static_cast<float>(origin), x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1,
             5);
+  PanelResults results;
+  results.AverInstVel = averInstVel;
+  return results;
 }
 
-void CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
+PanelResults CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
   std::unique_ptr<float[]> angles(new (std::nothrow) float[kStepScratch]());
   if (!angles) {
     context.Message("Can not allocate velocity array");
-    return;
+    return {};
   }
 
   const int32_t s = context.S.VelocityStep;
@@ -353,7 +345,7 @@ void CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
   ClearRows(context, 2, 4);
   // Velocity bin and origin 0: negative angles beyond one bin are dropped but still
   // divide the mean.
-  context.Results.AverAngle = BuildHistogram(angles.get(), bins, static_cast<float>(bin), 0,
+  const double averAngle = BuildHistogram(angles.get(), bins, static_cast<float>(bin), 0,
                                              kHistogramBins, count, context.Flags.ShowFreq);
   int32_t last = 0;
   for (int32_t i = 9994; i > 0; --i)
@@ -368,7 +360,7 @@ void CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
   graph.DataEnd = last;
   graph.DataFirst = 0;
   // The note shows the last instant-velocity mean, not the angle mean.
-  graph.Notes[0] = InstantVelocityNote(context);
+  graph.Notes[0] = InstantVelocityNote(context, context.Registers.AverInstVel);
   graph.XTitle = "AngleChange(rad)";
   graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Frequency ";
   graph.Series[1].Style = Bar;
@@ -377,4 +369,7 @@ void CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
   graph.SeriesCount = 5;
   if (context.Flags.AutoScaling)
     SetAxes(graph, 0, x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1, 5);
+  PanelResults results;
+  results.AverAngle = averAngle;
+  return results;
 }

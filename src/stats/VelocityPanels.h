@@ -9,8 +9,8 @@ inline constexpr int32_t kMaxStepValues = 1999996;
 double GaussValue(double x, double sd);
 
 // Per-track average velocities, with a Gaussian whose centre is fitted by a scan.
-void CalcVelDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcVelDist(AnalysisContext& context, TQVgraph& graph);
 // Every step of every selected track; also feeds the armed Dlat - velocity export.
-void CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph);
 // The change of direction between consecutive steps.
-void CalcAngleDist(AnalysisContext& context, TQVgraph& graph);
+PanelResults CalcAngleDist(AnalysisContext& context, TQVgraph& graph);

@@ -33,6 +33,13 @@ std::string FormatG(double value, int digits) {
 
 std::string FormatReal(double value) { return FormatG(value, 15); }
 
+std::string TruncatedText(double value, double scale, double step) {
+  const double truncated = TruncateTo(value, scale, step);
+  if (std::isnan(truncated)) return "nan";
+  // Adding +0 turns a zero of either sign into +0 and leaves every other value alone.
+  return FormatReal(truncated + 0.0);
+}
+
 namespace {
 
 const char* SkipBlanks(const char* p, const char* end) {

@@ -14,6 +14,14 @@ int32_t TruncToInt(double value);
 // infinities pass through unchanged.
 double TruncateTo(double value, double scale, double step);
 
+// trunc(value * scale) * step as notes and exports show it. The truncation goes through
+// an integer part with no sign of its own, so a value that truncates to zero shows "0",
+// never "-0"; NaN shows "nan" whatever its sign bit.
+std::string TruncatedText(double value, double scale, double step);
+inline std::string ThousandthsText(double value) { return TruncatedText(value, 1000, 0.001); }
+inline std::string HundredthsText(double value) { return TruncatedText(value, 100, 0.01); }
+inline std::string TenthsText(double value) { return TruncatedText(value, 10, 0.1); }
+
 // The shortest general form used in notes, captions and the status bar:
 // up to 15 significant digits, no trailing zeros ("0.05", "30", "1e-05", "nan").
 std::string FormatReal(double value);

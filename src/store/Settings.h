@@ -27,4 +27,7 @@ struct Settings {
 
   // The lag unit of every per-track computation, in the current time unit.
   double LagUnit() const { return dT * TimeScale; }
+  // The time of `frames` frames, multiplied in this order ((frames x dT) x TimeScale):
+  // stored results depend on the rounding of each product.
+  double FramesTime(double frames) const { return frames * dT * TimeScale; }
 };

@@ -44,6 +44,9 @@ struct SpotRec {
   FrameArray Y;
 
   int32_t StopCount() const { return SegLen[0]; }
+  // Frames every loop may read: NPoints, never below 0 (a negative count means no
+  // points) and never past the end of any of the three arrays or past kMaxPoints.
+  int32_t ReadablePoints() const;
 
   // Releases the three arrays and allocates each with NPoints + spare zeroed floats
   // (from `slabs` when given).

@@ -25,7 +25,7 @@ static PanelState Capture(const TMainForm& form) {
     s.extents.push_back(g->DataFirst);
     s.extents.push_back(g->DataEnd);
   }
-  const AnalysisResults& r = form.Results;
+  const AnalysisRegisters& r = form.Registers;
   s.results = {r.AverDlat, r.DlatSD, static_cast<double>(r.NMSDPoints), r.FitSlope, r.AverInstVel};
   return s;
 }

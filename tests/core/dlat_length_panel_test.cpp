@@ -28,7 +28,7 @@ TEST_F(DlatLengthPanel, MeansErrorsAndCountsPerLength) {
                                      {12, 0.5f, true}, {15, 0.05f, true}, {15, 0.15f, true},
                                      {25, 0.4f, true}, {12, 9.0f, false}, {10000, 7.0f, true}};
   Fill(form, tracks);
-  form.Results.AverDlat = 0.1234567, form.Results.DlatSD = 0.0456789;
+  form.Registers.AverDlat = 0.1234567, form.Registers.DlatSD = 0.0456789;
   form.Menu.SetChecked("R_DistanceToNeighbDistrib", true);
   ASSERT_TRUE(form.RunCommand("L_ShowDlatLenDistr"));
   const TQVgraph& g = form.LeftGraph;

@@ -72,27 +72,27 @@ TEST_F(DlatPanels, DistributionCountsPercentAndNote) {
   form.RunPanel("L_ShowDlat", form.LeftGraph);
   double sq = 0;
   for (float d : dlats) sq += (0.22 / 7 - d) * (0.22 / 7 - d);
-  EXPECT_NEAR(form.Results.AverDlat, 0.22 / 7, 1e-8);
-  EXPECT_NEAR(form.Results.DlatSD, std::sqrt(sq / 7), 1e-8);
+  EXPECT_NEAR(form.Registers.AverDlat, 0.22 / 7, 1e-8);
+  EXPECT_NEAR(form.Registers.DlatSD, std::sqrt(sq / 7), 1e-8);
   EXPECT_EQ(g.Notes[0] + "|" + g.Notes[1] + "|" + g.XTitle + "|" + g.Y0Title,
             "Aver. Dlat=0.031µm2/s, SD=0.0422|7 from (7 obj) |Dlat (µm2/s)|Number of objects");
   EXPECT_FLOAT_EQ(g.LastXval, 0.12f);
   EXPECT_FLOAT_EQ(g.LastY0val, 2.4f);  // the highest bin x 1.2
 
-  form.ShowFreqClick();
+  form.RunCommand("ShowFreq");
   EXPECT_EQ(g.Y0Title, "Frequency (%)");
   EXPECT_EQ((Floats{g.Row(1)[0], g.Row(1)[4]}), (Floats{200.0f / 7, 100.0f / 7}));
   EXPECT_FLOAT_EQ(g.LastY0val, 200.0f / 7 * 1.2f);
 
   // Bars: raw bins over 0 .. last - 1, and the style stays.
   form.LeftGraph.Series[1].Style = Bar;
-  form.ShowFreqClick();
+  form.RunCommand("ShowFreq");
   EXPECT_TRUE(g.Series[1].Style == Bar && g.DataEnd == 5);
   EXPECT_EQ(Floats(g.Row(1), g.Row(1) + 6), (Floats{2, 2, 1, 0, 0, 1}));
   EXPECT_FLOAT_EQ(g.LastXval, 0.1f);
 
   form.LeftGraph.LastXval = 7;  // without AutoScaling the axes stay where they were
-  form.AutoScalingClick();
+  form.RunCommand("AutoScaling");
   EXPECT_EQ(g.LastXval, 7);
 }
 
@@ -102,7 +102,7 @@ TEST_F(DlatPanels, MSDOfOneStraightTrack) {
   form.RunPanel("R_ShowMSD", form.RightGraph);
   const TQVgraph& g = form.RightGraph;
   // K = 50: lags 0 .. 48 counted, 1 .. 47 shown, lags 1 .. 46 fitted.
-  EXPECT_EQ((std::vector<int>{form.Results.NMSDPoints, g.DataFirst, g.DataEnd, g.SeriesCount}),
+  EXPECT_EQ((std::vector<int>{form.Registers.NMSDPoints, g.DataFirst, g.DataEnd, g.SeriesCount}),
             (std::vector<int>{48, 1, 48, 5}));
   EXPECT_EQ((Floats{g.Row(0)[47], g.Row(1)[47], g.Row(4)[47]}), (Floats{0.03f * 47, 0, 1}));
   EXPECT_NEAR(g.Row(2)[47], 0.01 * 47 * 47, 1e-5 * 47 * 47);
@@ -130,7 +130,7 @@ TEST_F(DlatPanels, MSDOverTracksOfDifferentLengths) {
   }
   form.UpdateAnalysis();
   const TQVgraph& g = form.RightGraph;
-  EXPECT_EQ(form.Results.NMSDPoints, 18);
+  EXPECT_EQ(form.Registers.NMSDPoints, 18);
   // Plain population statistics per lag, and the fit weighted by the tracks reaching a lag.
   std::vector<double> mean(18), count(18);
   double w = 0, wx = 0, wy = 0, sxy = 0, sxx = 0;
@@ -151,16 +151,16 @@ TEST_F(DlatPanels, MSDOverTracksOfDifferentLengths) {
     sxx += count[k] * (0.03 * k - wx / w) * (0.03 * k - wx / w);
   }
   const double slope = sxy / sxx, intercept = wy / w - slope * wx / w;
-  EXPECT_NEAR(form.Results.FitSlope, slope, 1e-5 * std::fabs(slope));
+  EXPECT_NEAR(form.Registers.FitSlope, slope, 1e-5 * std::fabs(slope));
   EXPECT_NEAR(g.Row(3)[16], slope * 0.48 + intercept, 1e-5 * mean[16]);
   EXPECT_EQ(g.Row(3)[17], 0);
   double dlats = 0;
   for (int i = 0; i < 4; ++i) dlats += form.Spots[i].Dlat;
-  EXPECT_NEAR(form.Results.AverDlat, dlats / 4, 1e-7 * dlats);  // stored Dlats are floats
+  EXPECT_NEAR(form.Registers.AverDlat, dlats / 4, 1e-7 * dlats);  // stored Dlats are floats
   EXPECT_FLOAT_EQ(g.LastY1val, 4);                              // 3 tracks at lag 3, times 4/3
 
   // Percent of the tracks at lag 1, and the right axis from lag 3 (75 %).
-  form.ShowFreqClick();
+  form.RunCommand("ShowFreq");
   EXPECT_EQ(g.Y1Title, "Number of objects (%)");
   EXPECT_EQ((Floats{g.Row(4)[1], g.Row(4)[10], g.Row(4)[17]}), (Floats{100, 50, 25}));
   EXPECT_EQ(g.LastY1val, 100);
@@ -169,11 +169,11 @@ TEST_F(DlatPanels, MSDOverTracksOfDifferentLengths) {
 TEST_F(DlatPanels, NoTracksAndTooShortFits) {
   form.RunPanel("L_ShowDlat", form.LeftGraph);
   form.RunPanel("R_ShowMSD", form.RightGraph);
-  EXPECT_TRUE(form.LeftGraph.DataEnd == 0 && form.Results.NMSDPoints == 0);
-  EXPECT_EQ(form.Results.AverDlat, 0);  // the MSD panel's, over no tracks
+  EXPECT_TRUE(form.LeftGraph.DataEnd == 0 && form.Registers.NMSDPoints == 0);
+  EXPECT_EQ(form.Registers.AverDlat, 0);  // the MSD panel's, over no tracks
   EXPECT_EQ(form.LeftGraph.Notes[0].rfind("Aver. Dlat=", 0), 0u);
   EXPECT_NE(form.LeftGraph.Notes[0].find("nan"), std::string::npos);
-  EXPECT_TRUE(std::isnan(form.Results.DlatSD) && std::isnan(form.Results.FitSlope));
+  EXPECT_TRUE(std::isnan(form.Registers.DlatSD) && std::isnan(form.Registers.FitSlope));
   EXPECT_LE(form.RightGraph.DataEnd, form.RightGraph.DataFirst);
   EXPECT_EQ(form.RightGraph.Notes[0].rfind("AverDlat=0µm2/s, Fit=", 0), 0u);
   EXPECT_TRUE(platform.messages.empty());
@@ -184,8 +184,8 @@ TEST_F(DlatPanels, NoTracksAndTooShortFits) {
   Noise noise(1);
   for (int n : {12, 12, 5}) AddTrack(form, Walk(noise, n, 0.1));
   form.UpdateAnalysis();
-  EXPECT_TRUE(form.Results.NMSDPoints == 4 && form.RightGraph.DataEnd == 4);
-  EXPECT_TRUE(std::isnan(form.Results.FitSlope) && std::isnan(form.Results.AverDlat));
+  EXPECT_TRUE(form.Registers.NMSDPoints == 4 && form.RightGraph.DataEnd == 4);
+  EXPECT_TRUE(std::isnan(form.Registers.FitSlope) && std::isnan(form.Registers.AverDlat));
   const std::string& note = form.LeftGraph.Notes[0];
   const size_t sd = note.find(", SD=");
   ASSERT_NE(sd, std::string::npos);
@@ -198,6 +198,6 @@ TEST_F(DlatPanels, NoTracksAndTooShortFits) {
   AddTrack(form, Ramp(12000, 0.001), Floats(12000, 1.0f));
   form.SelectSpots();
   form.RunPanel("R_ShowMSD", form.RightGraph);
-  EXPECT_TRUE(form.Results.NMSDPoints == 4998 && form.RightGraph.DataEnd == 4998);
+  EXPECT_TRUE(form.Registers.NMSDPoints == 4998 && form.RightGraph.DataEnd == 4998);
   EXPECT_EQ(form.RightGraph.Row(4)[4997], 1);
 }

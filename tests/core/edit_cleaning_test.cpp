@@ -71,10 +71,12 @@ TEST_F(EditCleaning, RemoveEndsShiftsAndRefits) {
   EXPECT_TRUE(Frames(t.Int, 6) == Floats(6, 10) && t.AverInt == 20.0f);  // kept from load: 160 / 8
   EXPECT_FLOAT_EQ(t.Dlat, 4.0f / 0.24f);
   EXPECT_FLOAT_EQ(t.AverVel, 3.0f / 0.09f);
-  // Tracks shorter than 2 points end with none; the frame number stops at its maximum.
+  // Tracks shorter than 2 points are left with a negative count (no points for every
+  // loop); the frame number stops at its maximum.
   EXPECT_EQ((std::vector<int32_t>{one.NPoints, one.FirstFrame, none.NPoints, two.NPoints,
                                   two.FirstFrame}),
-            (std::vector<int32_t>{0, 1, 0, 0, INT32_MAX}));
+            (std::vector<int32_t>{-1, 1, -2, 0, INT32_MAX}));
+  EXPECT_TRUE(one.ReadablePoints() == 0 && std::isnan(one.Dlat) && one.AverVel == 0);
   form.RunCommand("RemoveEnds1");
   EXPECT_TRUE(Frames(t.X, t.NPoints) == (Floats{1, 2, 3, 4}) && t.FirstFrame == 6);
 }

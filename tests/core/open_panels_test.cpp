@@ -40,7 +40,7 @@ TEST_F(OpenPanels, DistanceCourseGivesDlatAndDwellTime) {
   EXPECT_NEAR(NoteNumber(note, "Tau="), 1.8, 1.8 * 0.05) << note;
   EXPECT_NEAR(NoteNumber(note, ", offRate="), 1 / NoteNumber(note, "Tau="), 0.002) << note;
   EXPECT_NEAR(NoteNumber(note, ",Fitted Dlat="), 0.1, 0.015) << note;
-  EXPECT_NEAR(form.Results.FitSlope / 4, 0.1, 0.015);
+  EXPECT_NEAR(form.Registers.FitSlope / 4, 0.1, 0.015);
   // Tracks present and the mean squared distance, counted here directly.
   for (int slot : {0, 10, 50, 150}) {
     int present = 0;
@@ -226,7 +226,10 @@ TEST_F(OpenPanels, DegenerateStoresAndSettingsStayDrawable) {
       CalcDistanceTimeCourse,  CalcVelocityTimeCourse,
       CalcIntensityTimeCourse, CalcIntMobDistr,
       CalcIntVelDistr,         CalcMobilitySlopeDist,
-      CalcStepDistr,           [](AnalysisContext& c, TQVgraph& g) { StepGaussFit(c, g); }};
+      CalcStepDistr,           [](AnalysisContext& c, TQVgraph& g) {
+        StepGaussFit(c, g);
+        return PanelResults{};
+      }};
   const auto runAll = [&] {
     for (PanelAnalysis analysis : finite) {
       RunAnalysis(form, analysis, form.RightGraph);

@@ -38,8 +38,8 @@ TEST_F(VelocityPanels, DirectedTracksPeakAtTheirSpeed) {
     sum += AddTrack(form, Directed(noise, 40, 1.5 + 0.3 * noise.Normal(), 0.001)).AverVel;
   ASSERT_TRUE(form.RunCommand("R_ShowVelDist"));
   const TQVgraph& g = form.RightGraph;
-  EXPECT_DOUBLE_EQ(form.Results.AverVelDist, sum / 400);
-  EXPECT_NEAR(form.Results.AverVelDist, 1.5, 0.05);
+  EXPECT_DOUBLE_EQ(form.Registers.AverVelDist, sum / 400);
+  EXPECT_NEAR(form.Registers.AverVelDist, 1.5, 0.05);
   // Bins are counted from their left edge, so the fitted centre sits half a bin below the
   // mean speed; the scan moves in half-bin steps.
   const std::string& note = g.Notes[0];
@@ -65,15 +65,12 @@ TEST_F(VelocityPanels, NotesAndOriginExactly) {
   // Each step: 0.75 µm over T = 3 x 0.03 s as a float, 8.3333 µm/s.
   form.Spots[0].Dlat = 0.1234f;
   std::string exported;
-  form.Results.InstVelExport.Armed = true;
-  form.Results.InstVelExport.WriteLine = [&exported](const std::string& line) { exported += line; };
+  const LineSink sink = [&exported](const std::string& line) { exported += line; };
   ASSERT_TRUE(form.RunCommand("R_ShowInstantVel"));
+  form.RunPanel("R_ShowInstantVel", form.RightGraph, &sink);
   EXPECT_EQ(form.RightGraph.Notes[0], "AverVel=8.333µm/s, VelStep=3");
   EXPECT_EQ(form.RightGraph.XTitle + "|" + form.RightGraph.Y0Title, "Velocity(µm/s)|Frequency ");
   EXPECT_EQ(exported.substr(0, 12), "0.123\t8.333\n");
-  EXPECT_TRUE(std::count(exported.begin(), exported.end(), '\n') == 3 * 6 &&
-              !form.Results.InstVelExport.Armed);
-  ASSERT_TRUE(form.RunCommand("R_ShowInstantVel"));  // disarmed: nothing more written
   EXPECT_EQ(std::count(exported.begin(), exported.end(), '\n'), 3 * 6);
 
   ASSERT_TRUE(form.RunCommand("TimeMinutes"));
@@ -110,14 +107,14 @@ TEST_F(VelocityPanels, AngleDistributionOfKnownTurns) {
   AddTrack(form, Path({{1, 0}, {-1, 0}, {0, 0.5f}}));
   AddTrack(form, Path({{1, 0}, {0, 1}, {0, 1}}));
 
-  form.Results.AverInstVel = 1.2345;
+  form.Registers.AverInstVel = 1.2345;
   ASSERT_TRUE(form.RunCommand("L_ShowAngleDistr"));
   const TQVgraph& g = form.LeftGraph;
   EXPECT_EQ((Floats{g.Row(1)[7], g.Row(1)[15], g.Row(1)[0]}), (Floats{4, 8, 2}));
   EXPECT_TRUE(RowSum(g.Row(1)) == 4 + 8 + 2 && g.DataEnd == 15);
   // Dropped angles still divide the mean.
   const double kept = 4 * double(static_cast<float>(std::atan(1.0))) + 8 * double(1.5707964f);
-  EXPECT_NEAR(form.Results.AverAngle, kept / (8 + 8 + 1 + 1 + 1), 1e-6);
+  EXPECT_NEAR(form.Registers.AverAngle, kept / (8 + 8 + 1 + 1 + 1), 1e-6);
   // The note carries the last instant-velocity mean, not the angle mean.
   EXPECT_EQ(g.Notes[0] + "|" + g.XTitle, "AverVel=1.234µm/s, VelStep=1|AngleChange(rad)");
 }

@@ -4,6 +4,7 @@
 #include "StoreTestFiles.h"
 #include "TrackBuilders.h"
 #include "app/GraphForm.h"
+#include "app/VirtualKeys.h"
 #include "store/Numbers.h"
 
 class ViewerTest : public ::testing::Test {
@@ -42,7 +43,7 @@ TEST_F(ViewerTest, TrimsKeepThreePointsAndRecompute) {
   // The first value removed is the one at the first viewer index.
   SpotRec& u = Add(0, Ramp(6, 1));
   viewer.ShowSpot(1);
-  for (int key : {ViewerKey::Right, ViewerKey::Right}) viewer.KeyDown(key);
+  for (int key : {VirtualKey::Right, VirtualKey::Right}) viewer.KeyDown(key);
   viewer.RunCommand("RemoveFirstVal");
   EXPECT_EQ(Frames(u.X, 5), (Floats{0, 1, 3, 4, 5}));
   viewer.RunCommand("RemoveEndVal");
@@ -64,10 +65,10 @@ TEST_F(ViewerTest, KeysMoveIndexesStepObjectsAndResizeSymbols) {
   form.SelectSpots();
   viewer.ShowSpot(0);
   // Ten presses of each arrow: the indexes stop where three points remain, or at the ends.
-  for (auto [key, first, last, trim] : {std::tuple{ViewerKey::Right, 4, 5, true},
-                                         {ViewerKey::Left, 0, 5, false},
-                                         {ViewerKey::Down, 0, 1, true},
-                                         {ViewerKey::Up, 0, 5, false}}) {
+  for (auto [key, first, last, trim] : {std::tuple{VirtualKey::Right, 4, 5, true},
+                                         {VirtualKey::Left, 0, 5, false},
+                                         {VirtualKey::Down, 0, 1, true},
+                                         {VirtualKey::Up, 0, 5, false}}) {
     for (int i = 0; i < 10; ++i) viewer.KeyDown(key);
     EXPECT_TRUE(viewer.FirstIndex == first && viewer.LastIndex == last &&
                 viewer.Menu.Item("RemoveEnds").enabled == trim) << key;
@@ -76,18 +77,18 @@ TEST_F(ViewerTest, KeysMoveIndexesStepObjectsAndResizeSymbols) {
 
   // Symbols grow and shrink by 5, never below 1 (a beep instead).
   std::vector<int> sizes;
-  for (int key : {ViewerKey::Add, ViewerKey::Subtract, ViewerKey::Subtract, ViewerKey::Subtract}) {
+  for (int key : {VirtualKey::Add, VirtualKey::Subtract, VirtualKey::Subtract, VirtualKey::Subtract}) {
     viewer.KeyDown(key);
     sizes.push_back(viewer.Graph.Series[1].SymbolSize);
   }
   EXPECT_TRUE(sizes == (std::vector<int>{11, 6, 1, 1}) && platform.beeps == 1);
 
   // Page Up skips the unselected track; Page Down comes back.
-  viewer.KeyDown(ViewerKey::Down);
-  viewer.KeyDown(ViewerKey::PageUp);
+  viewer.KeyDown(VirtualKey::Down);
+  viewer.KeyDown(VirtualKey::PageUp);
   // The zoom is reset with the object.
   EXPECT_TRUE(form.CurSpot == 2 && viewer.SpotIndex == 2 && viewer.LastIndex == 5);
-  viewer.KeyDown(ViewerKey::PageDown);
+  viewer.KeyDown(VirtualKey::PageDown);
   // The backward skip stops at index 1, unselected, and the viewer keeps showing 2.
   EXPECT_TRUE(form.CurSpot == 1 && viewer.SpotIndex == 2 && platform.viewerShown == 1);
 }
@@ -256,7 +257,7 @@ TEST_F(ViewerTest, FusedViewShowsBothTracksAndTheJointStretch) {
   }
   EXPECT_EQ(viewer.Graph.Notes[0], "Obj=1 with Obj=0, joint 3 frames from t=0.18s");
   // The next object leaves the fused view.
-  viewer.KeyDown(ViewerKey::PageDown);
+  viewer.KeyDown(VirtualKey::PageDown);
   EXPECT_FALSE(viewer.FusedView);
 }
 
@@ -334,8 +335,8 @@ TEST_F(ViewerTest, EveryCommandSurvivesEmptyAndOddTracks) {
                             "ShowYverIntens", "ShowDrift",   "ShowVelocity",     "DynamicXY",
                             "RemoveFirstVal", "RemoveEndVal", "RemoveEndsM",     "RemoveEnds",
                             "AutoYscale",     "UseRelativeXY", "PrintGraph"};
-  const int keys[] = {ViewerKey::Left, ViewerKey::Right, ViewerKey::Up, ViewerKey::Down,
-                      ViewerKey::Add, ViewerKey::Subtract, ViewerKey::PageUp, ViewerKey::PageDown};
+  const int keys[] = {VirtualKey::Left, VirtualKey::Right, VirtualKey::Up, VirtualKey::Down,
+                      VirtualKey::Add, VirtualKey::Subtract, VirtualKey::PageUp, VirtualKey::PageDown};
   auto exercise = [&] {
     for (const char* command : commands) {
       ASSERT_TRUE(viewer.RunCommand(command)) << command;
