@@ -1,7 +1,8 @@
 #pragma once
-// The main window's menus as data: every item by its component name with caption,
-// check mark, radio group and shortcut. Commands change captions and checks here;
-// the Qt window builds its menus from it and refreshes them after each command.
+// A window's menus as data: every item by its component name with caption, check mark,
+// radio group and shortcut, as its command table starts them. Commands change captions
+// and checks here; the Qt window builds its menus from it and refreshes them after each
+// command.
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -18,34 +19,11 @@ struct MenuItem {
   bool checked = false;
   bool enabled = true;
   bool isMenu = false;  // a sub-menu rather than a command
-
-  // The three kinds of item, as the menu tables write them.
-  static MenuItem SubMenu(const char* name, const char* caption, const char* parent = "") {
-    MenuItem m = Command(parent, name, caption);
-    m.isMenu = true;
-    return m;
-  }
-  static MenuItem Command(const char* parent, const char* name, const char* caption,
-                          const char* shortcut = "") {
-    MenuItem m;
-    m.name = name;
-    m.parent = parent;
-    m.caption = caption;
-    m.shortcut = shortcut;
-    return m;
-  }
-  static MenuItem Toggle(const char* parent, const char* name, const char* caption, bool checked) {
-    MenuItem m = Command(parent, name, caption);
-    m.checkable = true;
-    m.checked = checked;
-    return m;
-  }
 };
 
 class MenuModel {
  public:
-  MenuModel();
-  // A menu set of another window (the single-track viewer), item by item in menu order.
+  // The items of a window's command table, in menu order.
   explicit MenuModel(const std::vector<MenuItem>& items);
 
   const std::vector<MenuItem>& Items() const { return items_; }

@@ -7,7 +7,7 @@
 
 #include "plot/TQVgraph.h"
 #include "stats/DecayFit.h"
-#include "stats/Histogram.h"
+#include "stats/HistogramPanel.h"
 #include "store/Numbers.h"
 
 namespace {
@@ -40,18 +40,14 @@ PanelResults CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
     values[n++] = dmax;
   }
 
-  const double bin = context.S.VelocityBin;
-  float* x = context.WorkRow(0);
-  float* bins = context.WorkRow(1);
+  const float* x = context.WorkRow(0);
+  const float* bins = context.WorkRow(1);
   float* fit = context.WorkRow(3);
-  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * bin);
   // Rows 2 to 4 carry nothing of this analysis but are copied with it.
   for (int r = 2; r <= 4; ++r)
     std::fill(context.WorkRow(r), context.WorkRow(r) + kRowLength, 0.0f);
-  const double mean = BuildHistogram(values.get(), bins, static_cast<float>(bin), 0, kHistogramBins,
-                                     n, context.Flags.ShowFreq);
-  const int32_t last = LastFilledBin(bins);
-  const float maxBin = MaxBin(bins, last);
+  const BinnedValues binned = BinIntoRows(context, values.get(), n, context.S.VelocityBin, 0);
+  const int32_t last = binned.last;
 
   const double tau = ExpDecayFit(x, bins, last, fit);
 
@@ -70,15 +66,14 @@ PanelResults CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
   graph.Series[1].RightAxis = graph.Series[3].RightAxis = false;
   graph.SeriesCount = 3;
 
-  std::string note = "AverDist=" + TruncatedText(mean, 1000.00001, 0.001) + "µm, " +
+  std::string note = "AverDist=" + TruncatedText(binned.mean, 1000.00001, 0.001) + "µm, " +
                      "Tau=" + TruncatedText(tau, 1000, 0.001) + "µm";
   if (tau > 0) note += ", offRate=" + TruncatedText(1 / tau, 1000, 0.001) + "/µm";
   graph.Notes[0] = note;
   graph.Notes[1].clear();
 
-  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of Objects";
+  graph.Y0Title = CountTitle(context, "Number of Objects");
   graph.XTitle = "Absolute Distance (µm)";
-  if (context.Flags.AutoScaling)
-    SetAxes(graph, 0, x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1, 5);
+  SetHistogramAxes(context, graph, 0, x[last], binned.maxBin);
   return {};
 }

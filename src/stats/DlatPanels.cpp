@@ -7,7 +7,7 @@
 
 #include "plot/TQVgraph.h"
 #include "stats/Fits.h"
-#include "stats/Histogram.h"
+#include "stats/HistogramPanel.h"
 #include "stats/MsdCurveCache.h"
 #include "stats/ThreadPool.h"
 #include "store/Numbers.h"
@@ -66,11 +66,8 @@ PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
     if (spots[i].Selected) values[n++] = spots[i].Dlat;
 
   const double dlatBin = context.S.DlatBin;
-  const bool showFreq = context.Flags.ShowFreq;
-  float* x = context.WorkRow(0);
-  float* bins = context.WorkRow(1);
-  const double averDlat = BuildHistogram(values.get(), bins, static_cast<float>(dlatBin), 0,
-                                         kHistogramBins, n, showFreq);
+  const BinnedValues binned = BinIntoRows(context, values.get(), n, dlatBin, 0);
+  const double averDlat = binned.mean;
   double squares = 0;
   for (int32_t i = 0; i < n; ++i) {
     const double d = averDlat - values[i];
@@ -78,31 +75,23 @@ PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
   }
   const double dlatSD = std::sqrt(squares / n);
 
-  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * dlatBin);
   std::fill_n(context.WorkRow(2), kRowLength, 0.0f);
-  const float maxBin = MaxBin(bins, LastFilledBin(bins));
-  SeriesRec& histogram = graph.Series[1];
-  const bool bars = histogram.Style == Bar;
-  const int32_t points = HistogramPoints(bins, x, bins, dlatBin, 0, bars);
-  if (!bars) histogram.Style = Line;
+  const int32_t points = StaircaseRows(context, graph, 1, 1, dlatBin, 0);
 
   CopyRowsToPanel(context, graph, 2);
   graph.DataEnd = points;
   graph.DataFirst = 0;
   graph.SeriesCount = 3;
   // Only rows 0 and 1 are fresh; rows 2 and 3 of the panel hold whatever came before.
-  histogram.Show = true;
-  histogram.RightAxis = false;
+  graph.Series[1].Show = true;
+  graph.Series[1].RightAxis = false;
   graph.Series[2].Show = false;
   graph.Series[3].Show = false;
 
-  if (context.Flags.AutoScaling) {
-    // With no point drawn the X range closes one bin after the origin.
-    const float lastX = x[points > 0 ? points - 1 : 0];
-    SetAxes(graph, 0, static_cast<float>(lastX + dlatBin), 0, static_cast<float>(maxBin * 1.2), 0,
-            1, 5);
-  }
-  graph.Y0Title = showFreq ? "Frequency (%)" : "Number of objects";
+  // With no point drawn the X range closes one bin after the origin.
+  const float lastX = context.WorkRow(0)[std::max(points - 1, 0)];
+  SetHistogramAxes(context, graph, 0, static_cast<float>(lastX + dlatBin), binned.maxBin);
+  graph.Y0Title = CountTitle(context, "Number of objects");
   graph.XTitle = "Dlat (" + context.DlatUnit + ")";
   graph.Notes[0] = "Aver. Dlat=" + TruncatedText(averDlat, 1000, 0.001) + context.DlatUnit +
                    ", SD=" + TruncatedText(dlatSD, 10000, 0.0001);

@@ -1,5 +1,7 @@
 #include "stats/Histogram.h"
 
+#include <algorithm>
+
 #include "plot/TQVgraph.h"
 #include "plot/Ticks.h"
 
@@ -34,8 +36,8 @@ void SetAxes(TQVgraph& graph, float xFirst, float xLast, float y0First, float y0
   graph.TickY1dist = NiceTickDistance(graph.LastY1val - graph.FirstY1val, nTicks);
 }
 
-int32_t LastFilledBin(const float* bins) {
-  for (int32_t i = kHistogramBins - 1; i > 0; --i)
+int32_t LastFilledBin(const float* bins, int32_t end) {
+  for (int32_t i = std::min(end, kHistogramBins) - 1; i > 0; --i)
     if (bins[i] > 0) return i;
   return 0;
 }

@@ -19,8 +19,8 @@ double BuildHistogram(const float* values, float* bins, float binWidth, float or
 void SetAxes(TQVgraph& graph, float xFirst, float xLast, float y0First, float y0Last,
              float y1First, float y1Last, int32_t nTicks);
 
-// The largest bin index below kHistogramBins with a count above 0 (0 if none).
-int32_t LastFilledBin(const float* bins);
+// The largest bin index below `end` with a count above 0 (0 if none).
+int32_t LastFilledBin(const float* bins, int32_t end = kHistogramBins);
 
 // The largest count over bins 0 .. last.
 float MaxBin(const float* bins, int32_t last);

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "plot/TQVgraph.h"
-#include "stats/Histogram.h"
+#include "stats/HistogramPanel.h"
 #include "stats/VelocityPanels.h"  // GaussValue
 #include "store/Numbers.h"
 
@@ -22,13 +22,9 @@ struct MeanAndSD {
 // the fit.
 MeanAndSD IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const float* values,
                              int32_t count, const char* countTitle) {
-  float* x = context.WorkRow(0);
-  float* bins = context.WorkRow(1);
   float* fit = context.WorkRow(2);
-  const double step = context.S.IntStep;
-
-  const double mean = BuildHistogram(values, bins, static_cast<float>(step), 0, kHistogramBins,
-                                     count, context.Flags.ShowFreq);
+  const BinnedValues binned = BinIntoRows(context, values, count, context.S.IntStep, 0);
+  const double mean = binned.mean;
   double squares = 0;
   for (int32_t v = 0; v < count; ++v) {
     const double d = mean - values[v];
@@ -36,13 +32,10 @@ MeanAndSD IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const fl
   }
   const double sd = std::sqrt(squares / count);
 
-  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * step);
   std::fill(fit, fit + kRowLength, 0.0f);
-  const float maxBin = MaxBin(bins, kHistogramBins - 1);
-  const int32_t last = LastFilledBin(bins);
 
   graph.XTitle = "Intensity (A.U.)";
-  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : countTitle;
+  graph.Y0Title = CountTitle(context, countTitle);
   graph.Series[1].Style = Bar;
   // Bars and the fitted curve on the left axis; row 3 of the panel is not written here.
   graph.Series[1].Show = graph.Series[2].Show = true;
@@ -52,8 +45,8 @@ MeanAndSD IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const fl
   graph.SeriesCount = 3;
   // A panel that showed the MSD starts at point 1; bin 0 belongs to this one.
   graph.DataFirst = 0;
-  graph.DataEnd = last + 1;
-  if (context.Flags.AutoScaling) SetAxes(graph, 0, x[last], 0, maxBin * 1.2, 0, 1, 5);
+  graph.DataEnd = binned.last + 1;
+  SetHistogramAxes(context, graph, 0, context.WorkRow(0)[binned.last], binned.maxBin);
   return {mean, sd};
 }
 

@@ -9,7 +9,7 @@
 
 #include "plot/TQVgraph.h"
 #include "stats/Fits.h"
-#include "stats/Histogram.h"
+#include "stats/HistogramPanel.h"
 #include "stats/PanelSupport.h"
 #include "store/Numbers.h"
 
@@ -59,33 +59,27 @@ PanelResults CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
 
   // Confined tracks with noise may give slopes below 0: the bins then start at a
   // multiple of the bin width below the smallest slope.
-  double q = std::trunc(vmin / kSlopeBin);
-  if (q < 0) q = q - 1;
-  const double origin = q * kSlopeBin;
-  float* x = context.WorkRow(0);
-  float* bins = context.WorkRow(1);
-  const bool showFreq = context.Flags.ShowFreq && n > 0;
-  const double mean = BuildHistogram(values.get(), bins, static_cast<float>(kSlopeBin),
-                                     static_cast<float>(origin), kHistogramBins, n, showFreq);
+  const double origin = SignedOrigin(vmin, kSlopeBin);
+  BinOptions options;
+  options.emptyAsCounts = true;
+  const BinnedValues binned = BinIntoRows(context, values.get(), n, kSlopeBin, origin, options);
+  const double mean = binned.mean;
   double squares = 0;
   for (int32_t i = 0; i < n; ++i) squares += (mean - values[i]) * (mean - values[i]);
   const double sd = std::sqrt(squares / n);
 
-  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * kSlopeBin + origin);
-  const float maxBin = MaxBin(bins, LastFilledBin(bins));
-  SeriesRec& histogram = graph.Series[1];
-  const bool bars = histogram.Style == Bar;
-  const int32_t points = HistogramPoints(bins, x, bins, kSlopeBin, origin, bars);
-  if (!bars) histogram.Style = Line;
+  const float maxBin = binned.maxBin;
+  const int32_t points = StaircaseRows(context, graph, 1, 1, kSlopeBin, origin);
+  const float* x = context.WorkRow(0);
 
   CopyRowsToPanel(context, graph, 2);
   graph.DataFirst = 0;
   graph.DataEnd = points;
   graph.SeriesCount = 1;
-  histogram.Show = true;
-  histogram.RightAxis = false;
+  graph.Series[1].Show = true;
+  graph.Series[1].RightAxis = false;
   graph.XTitle = "MSD Slope (alpha)";
-  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of objects";
+  graph.Y0Title = CountTitle(context, "Number of objects");
   graph.Notes[0] = "Aver. Slope=" + TruncatedText(mean, 1000.001, 0.001) +
                    ", SD=" + TruncatedText(sd, 1000.001, 0.001) + ", (" +
                    std::to_string(n) + " objects)";

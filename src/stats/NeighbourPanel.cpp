@@ -7,7 +7,7 @@
 #include <new>
 
 #include "plot/TQVgraph.h"
-#include "stats/Histogram.h"
+#include "stats/HistogramPanel.h"
 #include "stats/ThreadPool.h"
 #include "store/Numbers.h"
 
@@ -282,17 +282,11 @@ PanelResults CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph) {
 
   // The Dlat bin serves as the distance bin.
   const double binWidth = context.S.DlatBin;
-  float* x = context.WorkRow(0);
-  float* y = context.WorkRow(1);
-  float* bins = context.WorkRow(5);
-  const double mean = BuildHistogram(distances.get(), bins, static_cast<float>(binWidth), 0,
-                                     kHistogramBins, count, context.Flags.ShowFreq);
-  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * binWidth);
-  const float maxBin = MaxBin(bins, kHistogramBins - 1);
-  const bool bars = graph.Series[1].Style == Bar;
-  if (bars) std::copy(bins, bins + kRowLength, y);
-  else graph.Series[1].Style = Line;
-  const int32_t points = HistogramPoints(bins, x, y, binWidth, 0, bars);
+  BinOptions options;
+  options.binsRow = 5;
+  const BinnedValues binned =
+      BinIntoRows(context, distances.get(), count, binWidth, 0, options);
+  const int32_t points = StaircaseRows(context, graph, 5, 1, binWidth, 0);
 
   // The staircase alone; rows 2 to 4 are empty.
   graph.Series[1].Show = true;
@@ -302,13 +296,11 @@ PanelResults CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph) {
   // A panel that showed the MSD starts at point 1; the staircase starts at 0.
   graph.DataFirst = 0;
   graph.DataEnd = points;
-  if (context.Flags.AutoScaling) {
-    // With no point there is no last X: the axis then starts from the origin.
-    const float lastX = x[std::max(points - 1, 0)];
-    SetAxes(graph, 0, lastX + binWidth, 0, maxBin * 1.2, 0, 1, 5);
-  }
-  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of objects";
+  // With no point there is no last X: the axis then starts from the origin.
+  const float lastX = context.WorkRow(0)[std::max(points - 1, 0)];
+  SetHistogramAxes(context, graph, 0, static_cast<float>(lastX + binWidth), binned.maxBin);
+  graph.Y0Title = CountTitle(context, "Number of objects");
   graph.XTitle = "Distance (µm)";
-  graph.Notes[0] = "Aver. Ddistance=" + TruncatedText(mean, 1000, 0.001) + context.DlatUnit;
+  graph.Notes[0] = "Aver. Ddistance=" + TruncatedText(binned.mean, 1000, 0.001) + context.DlatUnit;
   return {};
 }

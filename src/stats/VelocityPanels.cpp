@@ -10,7 +10,7 @@
 #endif
 
 #include "plot/TQVgraph.h"
-#include "stats/Histogram.h"
+#include "stats/HistogramPanel.h"
 #include "stats/ThreadPool.h"
 #include "store/Numbers.h"
 
@@ -18,16 +18,6 @@ namespace {
 
 constexpr int32_t kTrackScratch = 100020;
 constexpr int32_t kStepScratch = 2000000;
-
-// Bins of signed data start at a multiple of the bin width at or below the smallest
-// value (never above 0). An exact negative multiple gets one empty bin more.
-double SignedOrigin(float vmin, double bin) {
-  double q = std::trunc(vmin / bin);
-  // An infinite velocity or a zero bin has no origin below it: start at 0.
-  if (!std::isfinite(q)) q = 0;
-  if (q < 0) q = q - 1;
-  return q * bin;
-}
 
 void ClearRows(AnalysisContext& context, int first, int last) {
   for (int r = first; r <= last; ++r)
@@ -39,6 +29,22 @@ void ShowBarsOnly(TQVgraph& graph) {
   graph.Series[1].Show = true;
   graph.Series[1].RightAxis = false;
   for (int k = 2; k <= 4; ++k) graph.Series[k].Show = false;
+}
+
+// The instant-velocity and angle distributions: the bars of the steps alone, their
+// count axis and its title.
+void ShowStepHistogram(AnalysisContext& context, TQVgraph& graph, const BinnedValues& binned,
+                       double origin, int seriesCount) {
+  CopyRowsToPanel(context, graph, 5);
+  graph.DataEnd = binned.last;
+  graph.DataFirst = 0;
+  graph.Series[1].Style = Bar;
+  graph.Series[2].Style = Variation;
+  ShowBarsOnly(graph);
+  graph.SeriesCount = seriesCount;
+  graph.Y0Title = CountTitle(context, "Frequency ");
+  SetHistogramAxes(context, graph, static_cast<float>(origin), context.WorkRow(0)[binned.last],
+                   binned.maxBin);
 }
 
 std::string InstantVelocityNote(const AnalysisContext& context, double averInstVel) {
@@ -159,16 +165,14 @@ PanelResults CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
   const double bin = context.S.VelocityBin;
   const double origin = SignedOrigin(vmin, bin);
 
-  float* x = context.WorkRow(0);
-  float* bins = context.WorkRow(1);
+  const float* x = context.WorkRow(0);
+  const float* bins = context.WorkRow(1);
   float* gauss = context.WorkRow(2);
-  for (int32_t i = 0; i < kRowLength; ++i) x[i] = static_cast<float>(i * bin + origin);
   ClearRows(context, 2, 4);
-  const double mean =
-      BuildHistogram(values.get(), bins, static_cast<float>(bin), static_cast<float>(origin),
-                     kHistogramBins, n, context.Flags.ShowFreq);
-  const int32_t last = LastFilledBin(bins);
-  const float maxBin = MaxBin(bins, last);
+  const BinnedValues binned = BinIntoRows(context, values.get(), n, bin, origin);
+  const double mean = binned.mean;
+  const int32_t last = binned.last;
+  const float maxBin = binned.maxBin;
 
   double squares = 0;
   for (int32_t i = 0; i < n; ++i) squares += (values[i] - mean) * (values[i] - mean);
@@ -217,11 +221,9 @@ PanelResults CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
                    TruncatedText(bestFit, 1000.00001, 0.001) + "um" +
                    ", VelStep=" + std::to_string(context.S.VelocityStep);
   graph.Notes[1].clear();
-  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Number of Objects";
+  graph.Y0Title = CountTitle(context, "Number of Objects");
   graph.XTitle = "Velocity (µm/s)";
-  if (context.Flags.AutoScaling)
-    SetAxes(graph, static_cast<float>(origin), x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1,
-            5);
+  SetHistogramAxes(context, graph, static_cast<float>(origin), x[last], maxBin);
   PanelResults results;
   results.AverVelDist = mean;
   return results;
@@ -276,30 +278,15 @@ PanelResults CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
 
   const double bin = context.S.VelocityBin;
   const double origin = SignedOrigin(vmin, bin);
-  float* x = context.WorkRow(0);
-  float* bins = context.WorkRow(1);
   ClearRows(context, 2, 4);
-  const double averInstVel =
-      BuildHistogram(values.get(), bins, static_cast<float>(bin), static_cast<float>(origin),
-                     kHistogramBins, count, context.Flags.ShowFreq);
-  const int32_t last = LastFilledBin(bins);
-  for (int32_t i = 0; i <= last; ++i) x[i] = static_cast<float>(i * bin + origin);
-  const float maxBin = MaxBin(bins, last);
-
-  CopyRowsToPanel(context, graph, 5);
-  graph.DataEnd = last;
-  graph.DataFirst = 0;
+  BinOptions options;
+  options.xThroughLast = true;
+  const BinnedValues binned = BinIntoRows(context, values.get(), count, bin, origin, options);
+  const double averInstVel = binned.mean;
+  ShowStepHistogram(context, graph, binned, origin, 1);
   graph.Notes[0] = InstantVelocityNote(context, averInstVel);
   graph.Notes[1].clear();
   graph.XTitle = context.Flags.TimeMinutes ? "Velocity(µm/min)" : "Velocity(µm/s)";
-  graph.Series[1].Style = Bar;
-  graph.Series[2].Style = Variation;
-  ShowBarsOnly(graph);
-  graph.SeriesCount = 1;
-  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Frequency ";
-  if (context.Flags.AutoScaling)
-    SetAxes(graph, static_cast<float>(origin), x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1,
-            5);
   PanelResults results;
   results.AverInstVel = averInstVel;
   return results;
@@ -339,36 +326,19 @@ PanelResults CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
     }
   }
 
-  const double bin = context.S.VelocityBin;
-  float* x = context.WorkRow(0);
-  float* bins = context.WorkRow(1);
-  ClearRows(context, 2, 4);
   // Velocity bin and origin 0: negative angles beyond one bin are dropped but still
-  // divide the mean.
-  const double averAngle = BuildHistogram(angles.get(), bins, static_cast<float>(bin), 0,
-                                             kHistogramBins, count, context.Flags.ShowFreq);
-  int32_t last = 0;
-  for (int32_t i = 9994; i > 0; --i)
-    if (bins[i] > 0) {
-      last = i;
-      break;
-    }
-  for (int32_t i = 0; i <= last; ++i) x[i] = static_cast<float>(i * bin);
-  const float maxBin = MaxBin(bins, last);
-
-  CopyRowsToPanel(context, graph, 5);
-  graph.DataEnd = last;
-  graph.DataFirst = 0;
+  // divide the mean. The last bin is looked for below 9995.
+  ClearRows(context, 2, 4);
+  BinOptions options;
+  options.binsEnd = 9995;
+  options.xThroughLast = true;
+  const BinnedValues binned =
+      BinIntoRows(context, angles.get(), count, context.S.VelocityBin, 0, options);
+  const double averAngle = binned.mean;
+  ShowStepHistogram(context, graph, binned, 0, 5);
   // The note shows the last instant-velocity mean, not the angle mean.
   graph.Notes[0] = InstantVelocityNote(context, context.Registers.AverInstVel);
   graph.XTitle = "AngleChange(rad)";
-  graph.Y0Title = context.Flags.ShowFreq ? "Frequency (%)" : "Frequency ";
-  graph.Series[1].Style = Bar;
-  graph.Series[2].Style = Variation;
-  ShowBarsOnly(graph);
-  graph.SeriesCount = 5;
-  if (context.Flags.AutoScaling)
-    SetAxes(graph, 0, x[last], 0, static_cast<float>(maxBin * 1.2), 0, 1, 5);
   PanelResults results;
   results.AverAngle = averAngle;
   return results;

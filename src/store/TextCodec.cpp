@@ -20,17 +20,3 @@ std::string Utf8ToLatin1(const std::string& utf8) {
   }
   return out;
 }
-
-std::string Latin1ToUtf8(const std::string& latin1) {
-  std::string out;
-  out.reserve(latin1.size());
-  for (unsigned char c : latin1) {
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
-}

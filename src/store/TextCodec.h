@@ -4,4 +4,3 @@
 
 // UTF-8 to Latin-1; characters outside Latin-1 become '?'.
 std::string Utf8ToLatin1(const std::string& utf8);
-std::string Latin1ToUtf8(const std::string& latin1);
