@@ -40,8 +40,9 @@ TEST(CommandTables, EveryItemRunsInAMenuOfItsWindow) {
   ExpectConsistent(TGraphForm::Commands());
   // Every item of the two panel menus draws an analysis.
   for (const CommandRow<TMainForm>& row : TMainForm::Commands()) {
-    if (row.group == MenuGroup::LeftPanel || row.group == MenuGroup::RightPanel)
+    if (row.group == MenuGroup::LeftPanel || row.group == MenuGroup::RightPanel) {
       EXPECT_NE(FindPanelChoice(row.name), nullptr) << row.name;
+    }
   }
 }
 
