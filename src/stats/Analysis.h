@@ -4,6 +4,8 @@
 // about a failure; and what it gives back.
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -92,6 +94,16 @@ struct AnalysisContext {
 
 // Every panel analysis has this shape.
 using PanelAnalysis = PanelResults (*)(AnalysisContext& context, TQVgraph& graph);
+
+// A scratch array of `count` items for one run (zeroed when asked); null, once `failure`
+// is shown, when memory is short (the panel then stays as it was).
+template <class T>
+std::unique_ptr<T[]> RunScratch(const AnalysisContext& context, size_t count, const char* failure,
+                                bool zeroed = false) {
+  std::unique_ptr<T[]> scratch(zeroed ? new (std::nothrow) T[count]() : new (std::nothrow) T[count]);
+  if (!scratch) context.Message(failure);
+  return scratch;
+}
 
 // Copies the first `rows` work rows whole into the panel's data matrix.
 void CopyRowsToPanel(const AnalysisContext& context, TQVgraph& graph, int rows);

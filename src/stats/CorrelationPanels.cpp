@@ -54,11 +54,9 @@ void ScatterRange(float lo, float hi, double& first, double& last) {
 
 void ScatterPanel(AnalysisContext& context, TQVgraph& graph, float SpotRec::*field,
                   const std::string& xTitle) {
-  std::unique_ptr<PointPair[]> points(new (std::nothrow) PointPair[kStoreCapacity]);
-  if (!points) {
-    context.Message("Can not allocate memory for track pairs");
-    return;
-  }
+  const auto points =
+      RunScratch<PointPair>(context, kStoreCapacity, "Can not allocate memory for track pairs");
+  if (!points) return;
   const TrackStore& spots = context.Spots;
   int32_t n = 0;
   for (int32_t t = 0; t < StoredTrackCount(spots); ++t) {
@@ -94,13 +92,8 @@ void ScatterPanel(AnalysisContext& context, TQVgraph& graph, float SpotRec::*fie
   // The coefficient is taken over every track, drawn or not.
   const double r = Correlation(points.get(), n);
 
-  CopyRowsToPanel(context, graph, 2);
-  graph.DataFirst = 0;
-  graph.DataEnd = drawn;
-  graph.SeriesCount = 1;
+  ShowOneSeries(context, graph, 2, drawn);
   graph.Series[1].Style = Circle;
-  graph.Series[1].Show = true;
-  graph.Series[1].RightAxis = false;
   graph.XTitle = xTitle;
   graph.Y0Title = "Intensity (A.U.)";
   graph.Notes[0] = "CorrCoef=" + TruncatedText(r, 1000.001, 0.001) + ", (" +

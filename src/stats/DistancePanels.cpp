@@ -18,11 +18,8 @@ constexpr int32_t kTrackScratchZeroed = 100000;
 }  // namespace
 
 PanelResults CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
-  std::unique_ptr<float[]> values(new (std::nothrow) float[kTrackScratch]);
-  if (!values) {
-    context.Message("Can not allocate memory");
-    return {};
-  }
+  const auto values = RunScratch<float>(context, kTrackScratch, "Can not allocate memory");
+  if (!values) return {};
   std::fill(values.get(), values.get() + kTrackScratchZeroed, 0.0f);
 
   const TrackStore& spots = context.Spots;

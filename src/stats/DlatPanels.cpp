@@ -8,6 +8,7 @@
 #include "plot/TQVgraph.h"
 #include "stats/Fits.h"
 #include "stats/HistogramPanel.h"
+#include "stats/PanelSupport.h"
 #include "stats/MsdCurveCache.h"
 #include "stats/ThreadPool.h"
 #include "store/Numbers.h"
@@ -55,11 +56,9 @@ void KeepSelectedCurves(const AnalysisContext& context, MsdCurveCache& curves, f
 }  // namespace
 
 PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
-  std::unique_ptr<float[]> values(new (std::nothrow) float[kStoreCapacity]);
-  if (!values) {
-    context.Message("Memory Allocation ERROR in CalcDlatDist");
-    return {};
-  }
+  const auto values =
+      RunScratch<float>(context, kStoreCapacity, "Memory Allocation ERROR in CalcDlatDist");
+  if (!values) return {};
   const TrackStore& spots = context.Spots;
   int32_t n = 0;
   for (int32_t i = 0; i < StoredTracks(spots); ++i)
@@ -78,15 +77,10 @@ PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
   std::fill_n(context.WorkRow(2), kRowLength, 0.0f);
   const int32_t points = StaircaseRows(context, graph, 1, 1, dlatBin, 0);
 
-  CopyRowsToPanel(context, graph, 2);
-  graph.DataEnd = points;
-  graph.DataFirst = 0;
-  graph.SeriesCount = 3;
   // Only rows 0 and 1 are fresh; rows 2 and 3 of the panel hold whatever came before.
-  graph.Series[1].Show = true;
-  graph.Series[1].RightAxis = false;
-  graph.Series[2].Show = false;
-  graph.Series[3].Show = false;
+  ShowOneSeries(context, graph, 2, points);
+  graph.SeriesCount = 3;
+  graph.Series[2].Show = graph.Series[3].Show = false;
 
   // With no point drawn the X range closes one bin after the origin.
   const float lastX = context.WorkRow(0)[std::max(points - 1, 0)];

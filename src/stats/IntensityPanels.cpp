@@ -94,11 +94,9 @@ double IntensGaussFit(AnalysisContext& context, const TQVgraph& graph, double sd
 }
 
 PanelResults CalcIntensDist(AnalysisContext& context, TQVgraph& graph) {
-  std::unique_ptr<float[]> values(new (std::nothrow) float[kStoreCapacity]);
-  if (!values) {
-    context.Message("Memory Allocation ERROR in CalcIntensDist");
-    return {};
-  }
+  const auto values =
+      RunScratch<float>(context, kStoreCapacity, "Memory Allocation ERROR in CalcIntensDist");
+  if (!values) return {};
   const TrackStore& spots = context.Spots;
   const int32_t nSpots = std::min(spots.NSpots, kStoreCapacity);
   int32_t count = 0;
@@ -119,11 +117,9 @@ PanelResults CalcIntensDist(AnalysisContext& context, TQVgraph& graph) {
 }
 
 PanelResults CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph) {
-  std::unique_ptr<float[]> values(new (std::nothrow) float[kMaxIntensityValues]);
-  if (!values) {
-    context.Message("Mem Alloc ERROR in Instant Intens Dist");
-    return {};
-  }
+  const auto values =
+      RunScratch<float>(context, kMaxIntensityValues, "Mem Alloc ERROR in Instant Intens Dist");
+  if (!values) return {};
   const TrackStore& spots = context.Spots;
   const bool window = context.Flags.UseTimeWindow;
   const int64_t firstFrame = context.S.StartFrame;

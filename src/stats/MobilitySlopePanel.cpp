@@ -72,24 +72,14 @@ PanelResults CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
   const int32_t points = StaircaseRows(context, graph, 1, 1, kSlopeBin, origin);
   const float* x = context.WorkRow(0);
 
-  CopyRowsToPanel(context, graph, 2);
-  graph.DataFirst = 0;
-  graph.DataEnd = points;
-  graph.SeriesCount = 1;
-  graph.Series[1].Show = true;
-  graph.Series[1].RightAxis = false;
+  ShowOneSeries(context, graph, 2, points);
   graph.XTitle = "MSD Slope (alpha)";
   graph.Y0Title = CountTitle(context, "Number of objects");
   graph.Notes[0] = "Aver. Slope=" + TruncatedText(mean, 1000.001, 0.001) +
                    ", SD=" + TruncatedText(sd, 1000.001, 0.001) + ", (" +
                    std::to_string(n) + " objects)";
-  if (context.Flags.AutoScaling) {
-    double xFirst = origin, xLast = (points > 0 ? x[points - 1] : origin) + kSlopeBin;
-    double yFirst = 0, yLast = maxBin > 0 ? maxBin * 1.2 : 1;
-    DrawableRange(xFirst, xLast);
-    DrawableRange(yFirst, yLast);
-    SetAxes(graph, static_cast<float>(xFirst), static_cast<float>(xLast), 0,
-            static_cast<float>(yLast), 0, 1, 5);
-  }
+  if (context.Flags.AutoScaling)
+    SetDrawableAxes(graph, origin, (points > 0 ? x[points - 1] : origin) + kSlopeBin, 0,
+                    maxBin > 0 ? maxBin * 1.2 : 1, 0, 1);
   return {};
 }

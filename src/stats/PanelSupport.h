@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstdint>
 
+#include "plot/TQVgraph.h"
 #include "plot/Ticks.h"
+#include "stats/Analysis.h"
 #include "stats/Histogram.h"
 #include "store/SpotRec.h"
 #include "store/TrackStore.h"
@@ -20,6 +22,18 @@ void ForEachSelectedTrack(const TrackStore& spots, Visit&& visit) {
   const int32_t count = StoredTrackCount(spots);
   for (int32_t t = 0; t < count; ++t)
     if (spots[t].Selected) visit(spots[t]);
+}
+
+// Work rows 0 .. rows-1 to the panel; points [0, dataEnd) drawn as series 1 alone, on
+// the left axis.
+inline void ShowOneSeries(const AnalysisContext& context, TQVgraph& graph, int rows,
+                          int32_t dataEnd) {
+  CopyRowsToPanel(context, graph, rows);
+  graph.DataFirst = 0;
+  graph.DataEnd = dataEnd;
+  graph.SeriesCount = 1;
+  graph.Series[1].Show = true;
+  graph.Series[1].RightAxis = false;
 }
 
 // SetAxes with 5 ticks over the three ranges, each made drawable first.

@@ -76,17 +76,11 @@ bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
   const int32_t n = HistogramPoints(bins, x, points, binWidth, 0, bars);
   if (!bars) series[1].Style = Line;
 
-  CopyRowsToPanel(context, graph, 3);  // row 2 (the fit) starts empty
-  graph.DataFirst = 0;
-  graph.DataEnd = n;
+  ShowOneSeries(context, graph, 3, n);  // row 2 (the fit) starts empty
   graph.SeriesCount = 5;
-  series[1].Show = true;
-  series[1].RightAxis = false;
-  series[2].Show = false;
+  for (int k = 2; k <= 4; ++k) series[k].Show = false;
   series[2].RightAxis = false;
   series[2].Style = Line;
-  series[3].Show = false;
-  series[4].Show = false;
 
   graph.XTitle = "Pair Distance (nm)";
   graph.Y0Title = showFreq ? "Frequency (%)" : "Number of pairs";

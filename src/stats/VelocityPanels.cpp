@@ -147,11 +147,8 @@ double GaussValue(double x, double sd) {
 }
 
 PanelResults CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
-  std::unique_ptr<float[]> values(new (std::nothrow) float[kTrackScratch]);
-  if (!values) {
-    context.Message("Can not allocated memory");
-    return {};
-  }
+  const auto values = RunScratch<float>(context, kTrackScratch, "Can not allocated memory");
+  if (!values) return {};
 
   const TrackStore& spots = context.Spots;
   int32_t n = 0;
@@ -230,11 +227,9 @@ PanelResults CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
 }
 
 PanelResults CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
-  std::unique_ptr<float[]> values(new (std::nothrow) float[kStepScratch]());
-  if (!values) {
-    context.Message("Can not allocate velocity array");
-    return {};
-  }
+  const auto values =
+      RunScratch<float>(context, kStepScratch, "Can not allocate velocity array", true);
+  if (!values) return {};
 
   const LineSink* exportTo = context.InstVelExport;
   const bool exporting = exportTo && *exportTo;
@@ -293,11 +288,9 @@ PanelResults CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
 }
 
 PanelResults CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
-  std::unique_ptr<float[]> angles(new (std::nothrow) float[kStepScratch]());
-  if (!angles) {
-    context.Message("Can not allocate velocity array");
-    return {};
-  }
+  const auto angles =
+      RunScratch<float>(context, kStepScratch, "Can not allocate velocity array", true);
+  if (!angles) return {};
 
   const int32_t s = context.S.VelocityStep;
   const int32_t advance = context.Flags.Rules.IndependentPairs ? s : 1;
