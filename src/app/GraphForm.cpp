@@ -398,7 +398,7 @@ void TGraphForm::SaveDataAsTXTClick() {
   if (!path) return;
   std::FILE* file = std::fopen(path->c_str(), "w");
   if (!file) {
-    host_.platform().ShowMessage("Can not open file to write data");
+    host_.platform().ShowError("Can not open file to write data");
     return;
   }
   // The header names the time view's columns whatever the view shows.
@@ -413,7 +413,7 @@ void TGraphForm::SaveDataAsTXTClick() {
   }
   const bool written = std::fputs(text.c_str(), file) >= 0;
   if (std::fclose(file) != 0 || !written)
-    host_.platform().ShowMessage("Can not open file to write data");
+    host_.platform().ShowError("Can not open file to write data");
 }
 
 // Every trim ends the same way: the shown stretch is clipped to the new track, the

@@ -360,7 +360,7 @@ int32_t TGraphForm::BuildYverInt(const SpotRec& t) {
 int32_t TGraphForm::BuildDrift(const SpotRec& t) {
   if (!drift_) drift_.reset(new (std::nothrow) DriftTables);
   if (!drift_) {
-    host_.platform().ShowMessage("Can not allocate memory for drift data");
+    host_.platform().ShowError("Can not allocate memory for drift data");
     return 0;
   }
   ComputeDriftPath(host_.Tracks(), *drift_);

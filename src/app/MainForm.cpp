@@ -26,7 +26,7 @@ void SetupPanel(TQVgraph& graph, float* data, const char* xTitle, int seriesCoun
 
 TMainForm::TMainForm(Platform& platform) : platform_(platform) {
   if (!Spots.Allocate()) {
-    platform_.ShowMessage("Can not allocate memory for SPOT data");
+    platform_.ShowError("Can not allocate memory for SPOT data");
     platform_.CloseMainWindow();
     return;
   }
@@ -37,7 +37,7 @@ TMainForm::TMainForm(Platform& platform) : platform_(platform) {
   MsdCurves.reset(new (std::nothrow) MsdCurveCache());
   if (!LeftData || !RightData || !ScratchArrays || !WorkRows) {
     Spots.Spots.reset();
-    platform_.ShowMessage("Can not allocate memory for SPOT data");
+    platform_.ShowError("Can not allocate memory for SPOT data");
     platform_.CloseMainWindow();
     return;
   }

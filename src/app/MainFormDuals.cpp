@@ -13,7 +13,7 @@ namespace {
 // are no pairs (said) or the dialog is cancelled (silent).
 std::optional<std::string> AskDualExportPath(TMainForm& form) {
   if (!form.DualsFound) {
-    form.platform().ShowMessage("Click 'dual tracks' in 'Actions' first");
+    form.platform().ShowError("Click 'dual tracks' in 'Actions' first");
     return std::nullopt;
   }
   return form.platform().SaveFileDialog(kTextSaveDialog);
@@ -32,7 +32,7 @@ void TMainForm::FindDualTracksClick() {
 // The cut tracks keep their Dlat and AverVel until something refits them.
 void TMainForm::LeaveDualsPartsOnlyClick() {
   if (!DualsFound) {
-    platform_.ShowMessage("Do 'Find Dual Tracks' first");
+    platform_.ShowError("Do 'Find Dual Tracks' first");
     return;
   }
   LeaveDualsPartsOnly(Spots);
@@ -41,7 +41,7 @@ void TMainForm::LeaveDualsPartsOnlyClick() {
 
 void TMainForm::DynamicBindingClick() {
   if (!DualsFound) {
-    platform_.ShowMessage("Do \"Find Dual Tracks\" first");
+    platform_.ShowError("Do \"Find Dual Tracks\" first");
     return;
   }
   DynamicBinding(Spots);

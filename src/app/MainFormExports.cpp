@@ -73,7 +73,7 @@ void TMainForm::SaveDlatTableClick(std::string_view item) {
 
 void TMainForm::SaveStopTimesClick() {
   if (!Menu.Checked("StoppingSpots") && !DualsFound) {
-    platform_.ShowMessage("Select 'Stopping Spots' in 'Settings' first or do dual tracks");
+    platform_.ShowError("Select 'Stopping Spots' in 'Settings' first or do dual tracks");
     return;
   }
   std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, nullptr);

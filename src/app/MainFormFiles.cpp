@@ -39,7 +39,7 @@ void TMainForm::AddDataFileClick() {
 void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
   QviReader reader;
   if (!reader.Open(path)) {
-    platform_.ShowMessage("Can not open file");
+    platform_.ShowError("Can not open file");
     return;
   }
   platform_.CloseViewer();
@@ -74,9 +74,9 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
                                MsdCurves.get());
   platform_.Progress(path, 1.0);
   if (stop == QviStop::AllocationFailed)
-    platform_.ShowMessage("Can not allocate memory for Int, X, Y data");
+    platform_.ShowError("Can not allocate memory for Int, X, Y data");
   else if (stop == QviStop::Overflow)
-    platform_.ShowMessage("Data Overflow");
+    platform_.ShowError("Data Overflow");
 
   ++NFiles;
   CurSpot = 0;
@@ -86,14 +86,14 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
 
 void TMainForm::SaveDataClick() {
   if (Spots.NSpots == 0) {
-    platform_.ShowMessage("NULL objects selected");
+    platform_.ShowError("NULL objects selected");
     return;
   }
   const auto path =
       platform_.SaveFileDialog({"Save data in QVI file", "QVI data file|*.qvi", "qvi", false, true});
   if (!path) return;
   if (!WriteSelectedTracks(*path, Spots, Format2016))
-    platform_.ShowMessage("Can not open file to write data");
+    platform_.ShowError("Can not open file to write data");
 }
 
 void TMainForm::OpenXYtxtClick() {
@@ -112,7 +112,7 @@ void TMainForm::OpenXYtxtClick() {
     rows = row + 1;
   });
   if (!opened) {
-    platform_.ShowMessage("File Open Error");
+    platform_.ShowError("File Open Error");
     return;
   }
 

@@ -65,7 +65,7 @@ void TMainForm::LeftRightTracksClick() {
 
 void TMainForm::MatchTracksClick() {
   if (!Format2016) {
-    platform_.ShowMessage("Old File Format");
+    platform_.ShowError("Old File Format");
     return;
   }
   FitTracksTogether(Spots);

@@ -5,7 +5,7 @@
 void TMainForm::MGaussFitClick() {
   // Only the right panel can show the step distribution.
   if (!Menu.Checked("R_ShowStepDistr")) {
-    platform_.ShowMessage("M-GaussFit works on the \"Show Distance AutoCorr\" panel");
+    platform_.ShowError("M-GaussFit works on the \"Show Distance AutoCorr\" panel");
     return;
   }
   if (Spots.NSelected < 3) {

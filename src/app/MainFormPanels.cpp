@@ -47,6 +47,7 @@ AnalysisContext TMainForm::MakeAnalysisContext() {
                           DlatUnit,
                           Registers,
                           WorkRows.get(),
+                          [this](const std::string& text) { platform_.ShowError(text); },
                           [this](const std::string& text) { platform_.ShowMessage(text); },
                           [this] { platform_.CloseMainWindow(); }};
   if (!PlainAnalysis) {

@@ -16,7 +16,7 @@ std::unique_ptr<Bitmap> WindowPicture(TMainForm& form, const char* failure) {
   std::unique_ptr<Bitmap> picture =
       ComposePanels(form.LeftGraph.Bitmap.get(), form.RightGraph.Bitmap.get(), form.ClientWidth,
                     form.ClientHeight - form.StatusBarHeight);
-  if (!picture) form.platform().ShowMessage(failure);
+  if (!picture) form.platform().ShowError(failure);
   return picture;
 }
 
@@ -51,7 +51,7 @@ void TMainForm::PrintBitmap(const Bitmap& picture) {
     allocated = header && pixels;
   }
   if (!allocated) {
-    platform_.ShowMessage("Can not allocate print buffer");
+    platform_.ShowError("Can not allocate print buffer");
     return;
   }
   platform_.PrintBitmap(picture, S.PrintZoom);
@@ -65,7 +65,7 @@ void TMainForm::PrintZoomClick() {
   int32_t zoom = ParseInteger(*answer, &ok);
   if (!ok) zoom = 1;  // text that is not a number counts as 1
   if (zoom < 1 || zoom > 20) {
-    platform_.ShowMessage("Print Zoom Out of Order");
+    platform_.ShowError("Print Zoom Out of Order");
     return;
   }
   S.PrintZoom = zoom;

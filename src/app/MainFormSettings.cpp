@@ -1,5 +1,8 @@
 // Settings commands: one prompt, a range check, a new caption, a recomputation.
+#include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <optional>
 #include <string>
@@ -14,7 +17,8 @@ constexpr double kUnbounded = std::numeric_limits<double>::infinity();
 // How the typed text becomes a value.
 enum class Reading {
   Real,          // decimal, not a number counts as 0, then trunc((x + add) * scale) * step
-  Milliseconds,  // integer, 1 when the text is not an integer
+  Milliseconds,  // a whole number as an integer (1 when it does not fit one), or a
+                 // decimal number; anything else counts as 1
   IntegerOrZero, // integer, 0 when the text is not an integer
   Integer,       // integer; text that is not one is refused like a value out of range
 };
@@ -80,6 +84,28 @@ const SettingPrompt kSettingPrompts[] = {
      "StatrtFrame should be >=0", "StartFrame=", "", nullptr, &Settings::StartFrame},
 };
 
+// A frame interval of whole ms is the double nearest that many thousandths (9 ms is the
+// double nearest 0.009), as the prompt has always set it; a fractional one is the double
+// nearest its decimal text in seconds (7.48 ms is the double nearest 0.00748).
+double MillisecondsToSeconds(double ms) {
+  if (ms == std::trunc(ms)) return static_cast<double>(ms * 0.001L);
+  char text[48];
+  const auto written = std::to_chars(text, text + sizeof text - 4, ms);
+  std::memcpy(written.ptr, "e-3", 3);
+  double seconds = 0;
+  std::from_chars(text, written.ptr + 3, seconds);
+  return seconds;
+}
+
+// The frame interval in ms as the prompt and the captions show it: whole ms as an integer
+// (the small addition keeps 0.03 s from showing as 29), a fraction as it is ("7.48").
+std::string MillisecondsText(double dT) {
+  const double ms = dT * 1000.0;
+  if (std::fabs(ms - std::round(ms)) <= 1e-9 * std::max(1.0, std::fabs(ms)))
+    return std::to_string(TruncToInt(static_cast<double>(std::trunc(dT * 1000.001L))));
+  return FormatG(ms, 12);
+}
+
 const SettingPrompt* FindSettingPrompt(std::string_view item) {
   for (const SettingPrompt& prompt : kSettingPrompts)
     if (item == prompt.item) return &prompt;
@@ -87,9 +113,7 @@ const SettingPrompt* FindSettingPrompt(std::string_view item) {
 }
 
 std::string DefaultText(const SettingPrompt& prompt, const Settings& s) {
-  // dT is shown in whole ms; the small addition keeps 0.03 s from showing as 29.
-  if (prompt.reading == Reading::Milliseconds)
-    return std::to_string(TruncToInt(static_cast<double>(std::trunc(s.dT * 1000.001L))));
+  if (prompt.reading == Reading::Milliseconds) return MillisecondsText(s.dT);
   if (prompt.integer) return std::to_string(s.*prompt.integer);
   return FormatReal(s.*prompt.real);
 }
@@ -99,7 +123,9 @@ double ConvertText(const SettingPrompt& prompt, const std::string& text) {
   bool ok = false;
   const int32_t n = ParseInteger(text, &ok);
   switch (prompt.reading) {
-    case Reading::Milliseconds: return ok ? n : 1;
+    case Reading::Milliseconds:
+      if (IsWholeNumberText(text)) return ok ? n : 1;
+      return ParseNumber(text).value_or(1);
     case Reading::IntegerOrZero: return n;
     case Reading::Integer: return ok ? n : std::numeric_limits<double>::quiet_NaN();
     case Reading::Real: break;
@@ -125,12 +151,12 @@ void TMainForm::SettingPromptClick(std::string_view item) {
   const double value = ConvertText(*prompt, *text);
   // Written so that NaN fails; a setting is never left infinite.
   if (!(std::isfinite(value) && value >= prompt->low && value <= prompt->high)) {
-    if (prompt->message) platform_.ShowMessage(prompt->message);
+    if (prompt->message) platform_.ShowError(prompt->message);
     return;
   }
   const std::string shown = FormatReal(value);
   if (prompt->reading == Reading::Milliseconds) {
-    S.dT = static_cast<double>(value * 0.001L);  // 9 ms is then the double nearest 0.009
+    S.dT = MillisecondsToSeconds(value);
     Menu.SetCaption("Settings", "Settings(dT=" + shown + "ms)");
   } else if (prompt->integer) {
     S.*prompt->integer = static_cast<int32_t>(value);

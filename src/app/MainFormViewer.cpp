@@ -11,7 +11,7 @@ void TMainForm::ViewTrackClick() {
   bool ok = false;
   const int32_t index = ParseInteger(*answer, &ok);
   if (!ok || index < 0 || index >= Spots.NSpots) {
-    platform_.ShowMessage("Track Number out of order");
+    platform_.ShowError("Track Number out of order");
     return;
   }
   CurSpot = index;
@@ -27,7 +27,7 @@ void TMainForm::ViewerPictureClick() {
   GraphForm->Render();
   const Bitmap* picture = GraphForm->Graph.Bitmap.get();
   if (!picture || picture->Width() <= 0 || picture->Height() <= 0) {
-    platform_.ShowMessage("BMP eror");
+    platform_.ShowError("BMP eror");
     return;
   }
   SavePicture(platform_, *picture, *path);

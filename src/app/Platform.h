@@ -22,6 +22,12 @@ class Platform {
   virtual ~Platform() = default;
 
   virtual void ShowMessage(const std::string& text) = 0;
+  // A message that tells the user a command failed: shown as ShowMessage shows it; a
+  // batch run also counts it towards its exit status.
+  virtual void ShowError(const std::string& text) { ShowMessage(text); }
+  // A failure a command is meant to keep quiet about (the window shows nothing), which a
+  // batch run must still count; `what` says what failed.
+  virtual void QuietFailure(const std::string& /*what*/) {}
   // A modal one-line prompt; nullopt when cancelled.
   virtual std::optional<std::string> InputQuery(const std::string& caption,
                                                 const std::string& prompt,

@@ -8,6 +8,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "stats/TrackValues.h"
 #include "store/Settings.h"
@@ -38,6 +39,18 @@ struct PanelResults {
   std::optional<double> AverVelDist;  // mean of the average-velocity distribution
   std::optional<double> AverInstVel;  // mean instant velocity
   std::optional<double> AverAngle;    // mean change of direction
+
+  // The panel's headline numbers for a summary of many files, each named with its unit
+  // ("mean Dlat (µm2/s)"), in the order the panel shows them.
+  struct Headline {
+    std::string name;
+    double value;
+  };
+  std::vector<Headline> Headlines;
+  PanelResults& Add(std::string name, double value) {
+    Headlines.push_back({std::move(name), value});
+    return *this;
+  }
 };
 
 // The values the last runs left, shared by both panels: a later run's note may show a
@@ -77,7 +90,10 @@ struct AnalysisContext {
   std::string DlatUnit;  // "µm2/s" or "µm2/min"
   const AnalysisRegisters& Registers;
   float* Work;  // kWorkRows rows of kRowLength floats
+  // Tells the user the run failed (memory short, too little data for a fit).
   std::function<void(const std::string&)> Message;
+  // Tells the user something about the data; the run itself went through.
+  std::function<void(const std::string&)> Note;
   std::function<void()> CloseMainWindow;
   // The faster ways to the same results: per-track MSD curves kept between runs (null:
   // every curve is computed afresh) and worker threads with a spatial grid (null: the

@@ -52,11 +52,11 @@ void ScatterRange(float lo, float hi, double& first, double& last) {
   DrawableRange(first, last);
 }
 
-void ScatterPanel(AnalysisContext& context, TQVgraph& graph, float SpotRec::*field,
-                  const std::string& xTitle) {
+PanelResults ScatterPanel(AnalysisContext& context, TQVgraph& graph, float SpotRec::*field,
+                          const std::string& xTitle) {
   const auto points =
       RunScratch<PointPair>(context, kStoreCapacity, "Can not allocate memory for track pairs");
-  if (!points) return;
+  if (!points) return {};
   const TrackStore& spots = context.Spots;
   int32_t n = 0;
   for (int32_t t = 0; t < StoredTrackCount(spots); ++t) {
@@ -105,16 +105,17 @@ void ScatterPanel(AnalysisContext& context, TQVgraph& graph, float SpotRec::*fie
     SetAxes(graph, static_cast<float>(xFirst), static_cast<float>(xLast), static_cast<float>(yFirst),
             static_cast<float>(yLast), 0, 1, 5);
   }
+  PanelResults results;
+  results.Add("correlation", r).Add("tracks", n);
+  return results;
 }
 
 }  // namespace
 
 PanelResults CalcIntMobDistr(AnalysisContext& context, TQVgraph& graph) {
-  ScatterPanel(context, graph, &SpotRec::Dlat, "Dlat (" + context.DlatUnit + ")");
-  return {};
+  return ScatterPanel(context, graph, &SpotRec::Dlat, "Dlat (" + context.DlatUnit + ")");
 }
 
 PanelResults CalcIntVelDistr(AnalysisContext& context, TQVgraph& graph) {
-  ScatterPanel(context, graph, &SpotRec::AverVel, "Velocity (µm/" + context.TimeUnit + ")");
-  return {};
+  return ScatterPanel(context, graph, &SpotRec::AverVel, "Velocity (µm/" + context.TimeUnit + ")");
 }

@@ -72,5 +72,7 @@ PanelResults CalcMaxDistDist(AnalysisContext& context, TQVgraph& graph) {
   graph.Y0Title = CountTitle(context, "Number of Objects");
   graph.XTitle = "Absolute Distance (µm)";
   SetHistogramAxes(context, graph, 0, x[last], binned.maxBin);
-  return {};
+  PanelResults results;
+  results.Add("mean reach (µm)", binned.mean).Add("reach decay length (µm)", tau);
+  return results;
 }

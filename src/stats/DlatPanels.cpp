@@ -92,6 +92,8 @@ PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
   PanelResults results;
   results.AverDlat = averDlat;
   results.DlatSD = dlatSD;
+  results.Add("mean Dlat (" + context.DlatUnit + ")", averDlat)
+      .Add("SD Dlat (" + context.DlatUnit + ")", dlatSD);
   return results;
 }
 
@@ -229,5 +231,8 @@ PanelResults ShowMSDvsDT(AnalysisContext& context, TQVgraph& graph) {
   results.AverDlat = averDlat;
   results.NMSDPoints = NMSDPoints;
   results.FitSlope = fitSlope;
+  results.Add("mean Dlat (" + context.DlatUnit + ")", averDlat)
+      .Add("fitted D (" + context.DlatUnit + ")", fitSlope / 4.0)
+      .Add("MSD offset (µm2)", noise);
   return results;
 }

@@ -113,6 +113,9 @@ PanelResults CalcIntensDist(AnalysisContext& context, TQVgraph& graph) {
   results.IntensSD = spread.sd;
   results.GaussMax = IntensGaussFit(context, graph, spread.sd);
   CopyRowsToPanel(context, graph, 3);
+  results.Add("mean intensity (counts)", spread.mean)
+      .Add("SD intensity (counts)", spread.sd)
+      .Add("Gauss centre (counts)", *results.GaussMax);
   return results;
 }
 
@@ -148,5 +151,8 @@ PanelResults CalcInstIntensDist(AnalysisContext& context, TQVgraph& graph) {
   results.GaussMax = IntensGaussFit(context, graph, spread.sd);
   graph.Notes[1] = " (GaussMax=" + TenthsText(*results.GaussMax) + ")";
   CopyRowsToPanel(context, graph, 3);
+  results.Add("mean point intensity (counts)", spread.mean)
+      .Add("SD point intensity (counts)", spread.sd)
+      .Add("Gauss centre (counts)", *results.GaussMax);
   return results;
 }

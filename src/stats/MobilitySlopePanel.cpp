@@ -81,5 +81,7 @@ PanelResults CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
   if (context.Flags.AutoScaling)
     SetDrawableAxes(graph, origin, (points > 0 ? x[points - 1] : origin) + kSlopeBin, 0,
                     maxBin > 0 ? maxBin * 1.2 : 1, 0, 1);
-  return {};
+  PanelResults results;
+  results.Add("mean MSD slope", mean).Add("SD MSD slope", sd).Add("tracks with a slope", n);
+  return results;
 }

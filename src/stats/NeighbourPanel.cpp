@@ -274,7 +274,7 @@ PanelResults CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph) {
                                                         distances.get());
   for (int32_t v = 0; v < count; ++v) {
     if (distances[v] >= kNoNeighbour) {
-      context.Message(" Error in Distance Calcs");
+      context.Note(" Error in Distance Calcs");
       break;
     }
   }
@@ -302,5 +302,7 @@ PanelResults CalcNeighbDistDist(AnalysisContext& context, TQVgraph& graph) {
   graph.Y0Title = CountTitle(context, "Number of objects");
   graph.XTitle = "Distance (µm)";
   graph.Notes[0] = "Aver. Ddistance=" + TruncatedText(binned.mean, 1000, 0.001) + context.DlatUnit;
-  return {};
+  PanelResults results;
+  results.Add("mean neighbour distance (µm)", binned.mean);
+  return results;
 }

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <memory>
 #include <new>
+#include <optional>
 
 #include "plot/TQVgraph.h"
 #include "stats/Histogram.h"
@@ -39,14 +40,12 @@ int64_t AddTrackStepPairs(const float* x, const float* y, int32_t n, float binWi
 
 namespace {
 
-// Fills the panel; false when the count scratch could not be had (panel unchanged).
-bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
+// Fills the panel; nothing (panel unchanged) when the count scratch could not be had.
+std::optional<PanelResults> BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
   // Counts are kept in doubles: a float bin stops counting at 2^24 pairs.
-  std::unique_ptr<double[]> counts(new (std::nothrow) double[kHistogramBins]());
-  if (!counts) {
-    context.Message("Can not allocate memory for distance data");
-    return false;
-  }
+  const auto counts = RunScratch<double>(context, kHistogramBins,
+                                         "Can not allocate memory for distance data", true);
+  if (!counts) return std::nullopt;
   const double binWidth = context.S.DistanceBin;
   const float width = static_cast<float>(binWidth);
   const TrackStore& spots = context.Spots;
@@ -90,14 +89,15 @@ bool BuildStepPanel(AnalysisContext& context, TQVgraph& graph) {
   if (context.Flags.AutoScaling)
     SetDrawableAxes(graph, 0, (n > 0 ? x[n - 1] : 0) + binWidth, 0,
                     maxBin > 0 ? maxBin * 1.2 : 1, 0, 1);
-  return true;
+  PanelResults results;
+  results.Add("mean pair distance (nm)", mean).Add("pairs", static_cast<double>(pairs));
+  return results;
 }
 
 }  // namespace
 
 PanelResults CalcStepDistr(AnalysisContext& context, TQVgraph& graph) {
-  BuildStepPanel(context, graph);
-  return {};
+  return BuildStepPanel(context, graph).value_or(PanelResults{});
 }
 
 bool StepGaussFit(AnalysisContext& context, TQVgraph& graph, MultiGaussResult* out) {

@@ -219,6 +219,8 @@ PanelResults CalcDistanceTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   SetCourseAxes(context, graph, slots, maxCount);
   PanelResults results;
   results.FitSlope = slope;
+  results.Add("fitted D (" + context.DlatUnit + ")", slope / 4.0)
+      .Add("Tau (" + context.TimeUnit + ")", tau);
   return results;
 }
 
@@ -258,7 +260,9 @@ PanelResults CalcVelocityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
   graph.XTitle = "Time (" + context.TimeUnit + ")";
   graph.Y0Title = "Velocity (µm/" + context.TimeUnit + ")";
   SetCourseAxes(context, graph, slots, maxCount);
-  return {};
+  PanelResults results;
+  results.Add("mean instant velocity (µm/" + context.TimeUnit + ")", mean);
+  return results;
 }
 
 PanelResults CalcIntensityTimeCourse(AnalysisContext& context, TQVgraph& graph) {
@@ -292,5 +296,7 @@ PanelResults CalcIntensityTimeCourse(AnalysisContext& context, TQVgraph& graph) 
   graph.XTitle = "Time (s)";
   graph.Y0Title = "Average Intensity (c/p)";
   SetCourseAxes(context, graph, slots, maxCount);
-  return {};
+  PanelResults results;
+  results.Add("mean intensity (counts)", meanInt).Add("bleach Tau (s)", tau);
+  return results;
 }

@@ -223,6 +223,9 @@ PanelResults CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
   SetHistogramAxes(context, graph, static_cast<float>(origin), x[last], maxBin);
   PanelResults results;
   results.AverVelDist = mean;
+  results.Add("mean velocity (µm/s)", mean)
+      .Add("SD velocity (µm/s)", sd)
+      .Add("Gauss centre velocity (µm/s)", bestFit);
   return results;
 }
 
@@ -284,6 +287,9 @@ PanelResults CalcInstantVelDist(AnalysisContext& context, TQVgraph& graph) {
   graph.XTitle = context.Flags.TimeMinutes ? "Velocity(µm/min)" : "Velocity(µm/s)";
   PanelResults results;
   results.AverInstVel = averInstVel;
+  results.Add(std::string("mean instant velocity (") +
+                  (context.Flags.TimeMinutes ? "µm/min" : "µm/s") + ")",
+              averInstVel);
   return results;
 }
 
@@ -334,5 +340,6 @@ PanelResults CalcAngleDist(AnalysisContext& context, TQVgraph& graph) {
   graph.XTitle = "AngleChange(rad)";
   PanelResults results;
   results.AverAngle = averAngle;
+  results.Add("mean angle change (rad)", averAngle);
   return results;
 }

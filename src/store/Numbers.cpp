@@ -69,6 +69,26 @@ double ParseDecimal(const std::string& text) {
   return value;
 }
 
+std::optional<double> ParseNumber(const std::string& text) {
+  const char* end = text.data() + text.size();
+  const char* p = SkipBlanks(text.data(), end);
+  if (p < end && *p == '+') ++p;
+  double value = 0;
+  const auto result = std::from_chars(p, end, value, std::chars_format::general);
+  if (result.ec != std::errc() || SkipBlanks(result.ptr, end) != end || !std::isfinite(value))
+    return std::nullopt;
+  return value;
+}
+
+bool IsWholeNumberText(const std::string& text) {
+  const char* end = text.data() + text.size();
+  const char* p = SkipBlanks(text.data(), end);
+  if (p < end && (*p == '+' || *p == '-')) ++p;
+  const char* digits = p;
+  while (p < end && *p >= '0' && *p <= '9') ++p;
+  return p > digits && SkipBlanks(p, end) == end;
+}
+
 int32_t ParseInteger(const std::string& text, bool* ok) {
   const char* end = text.data() + text.size();
   const char* p = SkipBlanks(text.data(), end);

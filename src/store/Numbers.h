@@ -1,6 +1,7 @@
 #pragma once
 // Number conversions shared by readers, notes, captions and text exports.
 #include <cstdint>
+#include <optional>
 #include <string>
 
 // Integer stored as a float in a file: integer part of (value + 0.001), toward zero.
@@ -32,5 +33,10 @@ std::string FormatG(double value, int digits);
 // Decimal text to a number the way the prompts read it: leading blanks skipped,
 // the longest decimal prefix taken, anything that is not a number gives 0.
 double ParseDecimal(const std::string& text);
+// The whole text (blanks around it allowed) as a finite decimal number; nullopt for
+// anything else. For answers that must be numbers, unlike the prompts' lenient reading.
+std::optional<double> ParseNumber(const std::string& text);
+// True for text that is a whole number in form: an optional sign and digits only.
+bool IsWholeNumberText(const std::string& text);
 // Integer text: 0 when the text is not an integer.
 int32_t ParseInteger(const std::string& text, bool* ok = nullptr);

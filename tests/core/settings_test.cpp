@@ -235,3 +235,19 @@ TEST_F(SettingsCommands, TimeUnitAndVelocityStepRecompute) {
   form.RunCommand("SetVelocityStep");
   expectClose(zigzag.AverVel, 1 / 0.06);
 }
+
+// A fractional frame interval is kept as it is typed; whole numbers keep their old path.
+TEST_F(SettingsCommands, FractionalTimeIntervalKeptExactly) {
+  platform.promptAnswers = {"7.48", "7.0", "99999999999", " 12.5e0 "};
+  form.RunCommand("DeltaTime");
+  EXPECT_EQ(form.S.dT, 0.00748);  // the double nearest 0.00748, not 0.007 or 0.00748000...01
+  EXPECT_EQ(form.Menu.Caption("DeltaTime") + "|" + form.Menu.Caption("Settings"),
+            "Time Interval=7.48ms|Settings(dT=7.48ms)");
+  form.RunCommand("DeltaTime");  // its default shows 7.48, so OK would keep it
+  EXPECT_EQ(platform.prompts.back(), "Set interval between measurements (ms)|dT(ms)=|7.48");
+  EXPECT_EQ(form.S.dT, static_cast<double>(7 * 0.001L));  // "7.0" is 7 ms, as "7" is
+  form.RunCommand("DeltaTime");  // a whole number too large for an integer still counts as 1
+  EXPECT_EQ(form.S.dT, 0.001);
+  form.RunCommand("DeltaTime");
+  EXPECT_TRUE(form.S.dT == 0.0125 && form.Menu.Caption("DeltaTime") == "Time Interval=12.5ms");
+}
