@@ -165,8 +165,8 @@ struct BlockScratch {
 };
 
 // Resamples [first, first + lanes) side by side: the draws counted in bytes, then one
-// pass of WeightedRowSums. A count past 255 (about e^-1/256! per track: never seen) is
-// caught and the block is redone with the plain loops, which give the same bits.
+// pass of WeightedRowSums. A count past 255 (chance about e^-1/256! per track: never
+// seen) is caught and the block is redone with the plain loops, which give the same bits.
 void ResampleBlock(const TrackTable& t, int32_t first, int32_t lanes, double lagUnit,
                    const PooledMsdSettings& s, BlockScratch& b, Resamples& out) {
   const size_t used = static_cast<size_t>(t.used), width = static_cast<size_t>(t.width);
@@ -174,15 +174,11 @@ void ResampleBlock(const TrackTable& t, int32_t first, int32_t lanes, double lag
   b.counts.assign(used * kResampleLanes, 0);
   b.groupDraws.assign(kResampleLanes * groups, 0);
   b.sums.resize(width * kResampleLanes);
-  bool overflow = false;
-  for (int32_t lane = 0; lane < lanes; ++lane) {
-    ResampleStream stream(s.seed, static_cast<uint64_t>(first + lane));
-    uint8_t* counts = b.counts.data() + lane;
-    for (size_t d = 0; d < used; ++d) {
-      uint8_t& c = counts[size_t{stream.Below(static_cast<uint32_t>(used))} * kResampleLanes];
-      overflow |= c == 255;
-      ++c;
-    }
+  const bool counted = CountDraws(s.seed, static_cast<uint64_t>(first), lanes,
+                                  static_cast<uint32_t>(used), b.counts.data());
+  if (!counted) {
+    for (int32_t lane = 0; lane < lanes; ++lane) ResamplePlain(t, first + lane, lagUnit, s, out);
+    return;
   }
   for (size_t g = 0; g < groups; ++g) {
     int64_t draws[kResampleLanes] = {};
@@ -191,10 +187,6 @@ void ResampleBlock(const TrackTable& t, int32_t first, int32_t lanes, double lag
         draws[lane] += b.counts[static_cast<size_t>(i) * kResampleLanes + static_cast<size_t>(lane)];
     for (int lane = 0; lane < kResampleLanes; ++lane)
       b.groupDraws[static_cast<size_t>(lane) * groups + g] = draws[lane];
-  }
-  if (overflow) {
-    for (int32_t lane = 0; lane < lanes; ++lane) ResamplePlain(t, first + lane, lagUnit, s, out);
-    return;
   }
   WeightedRowSums(b.counts.data(), t.rows.data(), t.used, t.width, b.sums.data());
   std::vector<double> sums(width);

@@ -4,41 +4,33 @@
 #include <cstdint>
 
 // Draws of one resample: a stream fixed by (seed, resample index) alone, so a resample
-// is the same whichever thread makes it and however many there are.
+// is the same whichever thread makes it and however many there are. One splitmix64
+// output per draw, scaled to [0, n) by floor(z n / 2^64): no rejection (so eight streams
+// run in step), a bias below n / 2^64.
 class ResampleStream {
  public:
-  ResampleStream(uint64_t seed, uint64_t resample) : state_(Mix(seed ^ Mix(resample + 1))) {}
+  static constexpr uint64_t kStep = 0x9E3779B97F4A7C15ull;
 
-  // Uniform integer in [0, n), n >= 1, without bias (multiply-shift with rejection).
+  ResampleStream(uint64_t seed, uint64_t resample) : state_(Start(seed, resample)) {}
   uint32_t Below(uint32_t n) {
-    uint64_t m = uint64_t{Next32()} * n;
-    if (static_cast<uint32_t>(m) < n) {
-      const uint32_t threshold = (0u - n) % n;
-      while (static_cast<uint32_t>(m) < threshold) m = uint64_t{Next32()} * n;
-    }
-    return static_cast<uint32_t>(m >> 32);
+    state_ += kStep;
+    return Scale(Mix(state_), n);
   }
 
- private:
+  static uint64_t Start(uint64_t seed, uint64_t resample) { return Mix(seed ^ Mix(resample + 1)); }
   static uint64_t Mix(uint64_t z) {  // the splitmix64 finaliser
     z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
     z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
     return z ^ (z >> 31);
   }
-  uint32_t Next32() {
-    if (spare_) {
-      spare_ = false;
-      return half_;
-    }
-    state_ += 0x9E3779B97F4A7C15ull;
-    const uint64_t z = Mix(state_);
-    half_ = static_cast<uint32_t>(z >> 32);
-    spare_ = true;
-    return static_cast<uint32_t>(z);
+  // floor(z n / 2^64) exactly, from the 32-bit halves of z.
+  static uint32_t Scale(uint64_t z, uint32_t n) {
+    const uint64_t low = (z & 0xFFFFFFFFull) * n, high = (z >> 32) * n;
+    return static_cast<uint32_t>((high + (low >> 32)) >> 32);
   }
+
+ private:
   uint64_t state_;
-  uint32_t half_ = 0;
-  bool spare_ = false;
 };
 
 // Resamples summed side by side by WeightedRowSums.
@@ -49,3 +41,8 @@ inline constexpr int kResampleLanes = 8;
 // lag is its own running sum, so every instruction set gives the same bits.
 void WeightedRowSums(const uint8_t* counts, const double* rows, int64_t n, int32_t width,
                      double* sums);
+
+// The n draws from [0, n) of each resample first .. first + lanes - 1 (lanes <= 8, the
+// streams of ResampleStream), counted into counts[i * 8 + lane], which start at 0.
+// False when a count passed 255 (then the counts are of no use).
+bool CountDraws(uint64_t seed, uint64_t first, int lanes, uint32_t n, uint8_t* counts);
