@@ -114,7 +114,7 @@ SimTrack FractionalTrackMaker::Make(SimRandom& random, const TrackStart& start) 
   // Blurred frame j averages the path at sub-steps j·sub + 1 .. (j + 1)·sub.
   const int64_t fineSteps = blur ? int64_t{n} * sub : std::max(n - 1, 0);
   SimTrack t = MakeStillTrack({n, start.firstFrame, start.x, start.y});
-  if (n == 0 || fineSteps == 0 || fineSteps > (int64_t{1} << 28)) return t;
+  if (n == 0 || fineSteps == 0 || fineSteps > (int64_t{1} << 22)) return t;
   const int32_t steps = static_cast<int32_t>(fineSteps);
   if (!noise_ || noise_->Steps() != steps)
     noise_ = std::make_unique<FractionalNoise>(steps, motion_.alpha / 2);

@@ -48,7 +48,7 @@ class FractionalTrackMaker {
   FractionalTrackMaker(const FractionalMotion& motion, double dT);
   ~FractionalTrackMaker();
   // Zeroed intensities; the header position is taken from the start. A track whose
-  // noise cannot be made stands still at its start.
+  // noise cannot be made (or that would take over 2^22 sub-steps) stands still at its start.
   SimTrack Make(SimRandom& random, const TrackStart& start);
 
  private:

@@ -1,6 +1,7 @@
 #include "stats/PooledMsd.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <new>
@@ -157,11 +158,21 @@ void ResamplePlain(const TrackTable& t, int32_t r, double lagUnit, const PooledM
   out.alpha[static_cast<size_t>(r)] = e.alpha;
 }
 
-// Work space of one worker for a block of kResampleLanes resamples.
+// Work space of one worker for a block of kResampleLanes resamples, sized before the
+// workers start so that they allocate nothing.
 struct BlockScratch {
   std::vector<uint8_t> counts;      // used x lanes, interleaved
   std::vector<int64_t> groupDraws;  // lanes x groups
   std::vector<double> sums;         // width x lanes
+  std::vector<double> laneSums;     // width
+  std::vector<int64_t> pairs;       // width
+
+  explicit BlockScratch(const TrackTable& t)
+      : counts(static_cast<size_t>(t.used) * kResampleLanes),
+        groupDraws(kResampleLanes * t.groupPoints.size()),
+        sums(static_cast<size_t>(t.width) * kResampleLanes),
+        laneSums(static_cast<size_t>(t.width)),
+        pairs(static_cast<size_t>(t.width)) {}
 };
 
 // Resamples [first, first + lanes) side by side: the draws counted in bytes, then one
@@ -171,9 +182,7 @@ void ResampleBlock(const TrackTable& t, int32_t first, int32_t lanes, double lag
                    const PooledMsdSettings& s, BlockScratch& b, Resamples& out) {
   const size_t used = static_cast<size_t>(t.used), width = static_cast<size_t>(t.width);
   const size_t groups = t.groupPoints.size();
-  b.counts.assign(used * kResampleLanes, 0);
-  b.groupDraws.assign(kResampleLanes * groups, 0);
-  b.sums.resize(width * kResampleLanes);
+  std::fill(b.counts.begin(), b.counts.end(), uint8_t{0});
   const bool counted = CountDraws(s.seed, static_cast<uint64_t>(first), lanes,
                                   static_cast<uint32_t>(used), b.counts.data());
   if (!counted) {
@@ -189,13 +198,11 @@ void ResampleBlock(const TrackTable& t, int32_t first, int32_t lanes, double lag
       b.groupDraws[static_cast<size_t>(lane) * groups + g] = draws[lane];
   }
   WeightedRowSums(b.counts.data(), t.rows.data(), t.used, t.width, b.sums.data());
-  std::vector<double> sums(width);
-  std::vector<int64_t> pairs(width);
   for (int32_t lane = 0; lane < lanes; ++lane) {
-    for (size_t k = 0; k < width; ++k) sums[k] = b.sums[k * kResampleLanes + lane];
-    PairTotals(t, b.groupDraws.data() + static_cast<size_t>(lane) * groups, pairs.data());
+    for (size_t k = 0; k < width; ++k) b.laneSums[k] = b.sums[k * kResampleLanes + lane];
+    PairTotals(t, b.groupDraws.data() + static_cast<size_t>(lane) * groups, b.pairs.data());
     const size_t r = static_cast<size_t>(first + lane);
-    const Estimate e = Finish(sums.data(), pairs.data(), t.width, lagUnit, s,
+    const Estimate e = Finish(b.laneSums.data(), b.pairs.data(), t.width, lagUnit, s,
                               out.msd.data() + r * width);
     out.D[r] = e.D;
     out.alpha[r] = e.alpha;
@@ -279,15 +286,21 @@ PooledMsdResult Run(const TrackXY* tracks, int32_t count, double lagUnit,
     out.D.assign(static_cast<size_t>(R), kNaN);
     out.alpha.assign(static_cast<size_t>(R), kNaN);
     if (pool) {
-      std::vector<BlockScratch> scratch(pool->Slots());
+      std::vector<BlockScratch> scratch(pool->Slots(), BlockScratch(table));
+      std::atomic<bool> shortOfMemory{false};  // only the never-seen overflow path allocates
       const int64_t blocks = (R + kResampleLanes - 1) / kResampleLanes;
       pool->ParallelFor(0, blocks, 1, [&](int64_t from, int64_t to, unsigned worker) {
-        for (int64_t block = from; block < to; ++block) {
-          const int32_t first = static_cast<int32_t>(block) * kResampleLanes;
-          ResampleBlock(table, first, std::min(kResampleLanes, R - first), lagUnit, s,
-                        scratch[worker], out);
+        try {
+          for (int64_t block = from; block < to; ++block) {
+            const int32_t first = static_cast<int32_t>(block) * kResampleLanes;
+            ResampleBlock(table, first, std::min(kResampleLanes, R - first), lagUnit, s,
+                          scratch[worker], out);
+          }
+        } catch (const std::bad_alloc&) {
+          shortOfMemory = true;
         }
       });
+      if (shortOfMemory) throw std::bad_alloc();
     } else {
       for (int32_t r = 0; r < R; ++r) ResamplePlain(table, r, lagUnit, s, out);
     }
