@@ -8,6 +8,7 @@
 //   kinetra-bench --short    small sizes with the same checks (for CI)
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -27,7 +28,11 @@
 #include "app/MainForm.h"
 #include "sim/SimOutput.h"
 #include "sim/Simulator.h"
+#include "stats/CovarianceEstimator.h"
+#include "stats/CramerRao.h"
+#include "stats/MsdCurveCache.h"
 #include "stats/ParallelValues.h"
+#include "stats/PooledMsd.h"
 #include "stats/ThreadPool.h"
 #include "stats/TrackValues.h"
 #include "store/QviReader.h"
@@ -303,6 +308,125 @@ std::string Size(int32_t tracks, int32_t points) {
   return std::to_string(tracks) + " x " + std::to_string(points);
 }
 
+
+// Keeps timed results alive.
+volatile double gSink = 0;
+
+// The selected tracks as the estimators take them, with their kept MSD curves.
+std::vector<TrackXY> SelectedArrays(TMainForm& form) {
+  std::vector<TrackXY> tracks;
+  const bool independent = form.CurrentPairRules().IndependentPairs;
+  for (int32_t i = 0; i < form.Spots.NSpots; ++i) {
+    const SpotRec& t = form.Spots[i];
+    if (!t.Selected) continue;
+    const float* curve = form.MsdCurves ? form.MsdCurves->Find(i, t.NPoints, independent) : nullptr;
+    tracks.push_back({t.X.data(), t.Y.data(), t.NPoints, curve});
+  }
+  return tracks;
+}
+
+Snapshot PooledSnapshot(const PooledMsdResult& r) {
+  Snapshot s;
+  for (double v : {r.D, r.offset, r.alpha, r.dInterval.low, r.dInterval.high,
+                   r.alphaInterval.low, r.alphaInterval.high})
+    s.Add(v);
+  for (const PooledLag& lag : r.lags) {
+    s.Add(lag.msd);
+    s.Add(lag.pairs);
+    s.Add(lag.interval.low);
+    s.Add(lag.interval.high);
+    s.Add(lag.sd);
+  }
+  return s;
+}
+
+// The pooled MSD with its bootstrap, the per-track covariance estimator and the spread
+// of per-track D against the Cramer-Rao limit.
+bool EstimatorCases(TMainForm& form, int32_t tracks, int32_t points, int32_t spreadTracks) {
+  bool identical = true;
+  const double lagUnit = form.S.dT * form.S.TimeScale;
+  std::vector<TrackXY> selected = SelectedArrays(form);
+  PooledMsdResult pooled;
+  Case pooledCase{"pooled MSD + bootstrap " + Size(tracks, points), nullptr,
+                  [&](Path p) {
+                    pooled = p == Path::Reference
+                                 ? PooledMsdReference(selected.data(),
+                                                      static_cast<int32_t>(selected.size()),
+                                                      lagUnit, PooledMsdSettings{})
+                                 : PooledMsd(selected.data(), static_cast<int32_t>(selected.size()),
+                                             lagUnit, PooledMsdSettings{}, ThreadPool::Shared());
+                  },
+                  [&] { return PooledSnapshot(pooled); }};
+  identical &= Report(pooledCase);
+  if (Wanted(pooledCase.name)) {
+    std::vector<TrackXY> bare = selected;
+    for (TrackXY& t : bare) t.curve = nullptr;
+    double best = 0;
+    for (int r = 0; r < 3; ++r) {
+      const auto start = Clock::now();
+      PooledMsd(bare.data(), static_cast<int32_t>(bare.size()), lagUnit, PooledMsdSettings{},
+                ThreadPool::Shared());
+      const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+      if (r == 0 || ms < best) best = ms;
+    }
+    std::printf("# %d tracks used, %d resamples; %.1f ms when the curves are not kept\n",
+                pooled.tracksUsed, pooled.resamples, best);
+    std::fflush(stdout);
+  }
+
+  const std::string cveName = "covariance estimator per track " + Size(tracks, points);
+  if (Wanted(cveName)) {
+    double withCurve = 0, without = 0, sink = 0;
+    for (int r = 0; r < 3; ++r) {
+      for (bool curves : {true, false}) {
+        const auto start = Clock::now();
+        for (const TrackXY& t : selected)
+          sink += EstimateTrackMobility(t.x, t.y, t.n, lagUnit, {}, curves ? t.curve : nullptr).D;
+        const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+        double& best = curves ? withCurve : without;
+        if (r == 0 || ms < best) best = ms;
+      }
+    }
+    std::printf("%s, -, %.1f, -, one thread, %.0f ns per track with the MSD curve at hand "
+                "(%.1f ms computing alpha's MSD itself)\n",
+                cveName.c_str(), withCurve, withCurve * 1e6 / std::max<size_t>(selected.size(), 1),
+                without);
+    gSink = sink;
+    std::fflush(stdout);
+  }
+
+  if (Wanted("spread")) {
+    PopulationPlan plan;
+    plan.seed = 9;
+    plan.tracks = spreadTracks;
+    plan.points = 200;
+    const std::vector<SimTrack> brownian = MakePopulation(plan);
+    std::vector<double> dlat, cve;
+    auto scratch = std::make_unique<MsdScratch>();
+    for (const SimTrack& t : brownian) {
+      dlat.push_back(CalcTrackMSD(t.X.data(), t.Y.data(), t.NPoints, static_cast<float>(plan.dT),
+                                  scratch->Dk, scratch->MSD, false));
+      cve.push_back(EstimateTrackMobility(t.X.data(), t.Y.data(), t.NPoints, plan.dT, {}).D);
+    }
+    auto spread = [](const std::vector<double>& v) {
+      double mean = 0, squares = 0;
+      for (double d : v) mean += d;
+      mean /= static_cast<double>(v.size());
+      for (double d : v) squares += (d - mean) * (d - mean);
+      return 100 * std::sqrt(squares / static_cast<double>(v.size() - 1)) / mean;
+    };
+    const CramerRaoSettings bound{.D = plan.D, .lagUnit = plan.dT};
+    std::printf("# relative spread of per-track D, %s Brownian (D = 0.1, no error): Dlat %.1f %%, "
+                "covariance estimator %.1f %%, Cramer-Rao limit %.1f %% (error estimated; "
+                "%.1f %% known)\n",
+                Size(spreadTracks, 200).c_str(), spread(dlat), spread(cve),
+                100 * CramerRaoRelativeSD(200, bound, false),
+                100 * CramerRaoRelativeSD(200, bound, true));
+    std::fflush(stdout);
+  }
+  return identical;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -423,6 +547,7 @@ int main(int argc, char** argv) {
       allIdentical &= Report(panel);
     }
     SelectKernels(kFastKernels);
+    allIdentical &= EstimatorCases(form, manyTracks, manyPoints, shortMode ? 200 : 1000);
   }
 
   std::error_code ignored;

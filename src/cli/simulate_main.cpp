@@ -39,6 +39,12 @@ always give the same file.
   --intensity C              intensity level in counts (default 100)
   --intensity-noise C        intensity noise SD (default 5)
   --localisation-noise UM    position noise SD (default 0)
+  --alpha A                  anomalous exponent of the diffusing tracks, 0.1..1.9:
+                             fractional Brownian motion with MSD = 4 D t^A, D in
+                             um2/s^A (default 1, plain Brownian motion)
+  --blur                     each frame of the diffusing tracks is the mean position
+                             over the frame interval (continuous illumination,
+                             20 sub-steps per frame)
   --field UM                 side of the square field the tracks start in (default 50)
   --drift-x UMS, --drift-y UMS   steady stage drift (default 0)
   --drift-d UM2S             diffusive stage wander (default 0)
@@ -122,6 +128,7 @@ Options ParseOptions(const std::vector<std::string>& args) {
       {"--drift-x", &s.drift.vx, -1e3, 1e3},
       {"--drift-y", &s.drift.vy, -1e3, 1e3},
       {"--drift-d", &s.drift.D, 0, 1e3},
+      {"--alpha", &s.alpha, 0.1, 1.9},
   };
   const struct {
     const char* name;
@@ -170,6 +177,7 @@ Options ParseOptions(const std::vector<std::string>& args) {
     }
     bool* flag = name == "--help" || name == "-h" ? &o.help
                  : name == "--mixed"              ? &s.mixed
+                 : name == "--blur"               ? &s.blur
                                                   : nullptr;
     if (name == "--old-layout" || name == "--zero-marker") {
       o.layout = name == "--old-layout" ? SimFileLayout::Old : SimFileLayout::ZeroMarker;

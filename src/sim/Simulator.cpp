@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <numbers>
+
+#include "sim/FractionalMotion.h"
 
 namespace {
 
@@ -31,6 +34,13 @@ SimTrack EmptyTrack(const TrackStart& start) {
 double Clamp(double v, double limit) { return std::min(std::max(v, -limit), limit); }
 
 }  // namespace
+
+SimTrack MakeStillTrack(const TrackStart& start) {
+  SimTrack t = EmptyTrack(start);
+  std::fill(t.X.begin(), t.X.end(), static_cast<float>(start.x));
+  std::fill(t.Y.begin(), t.Y.end(), static_cast<float>(start.y));
+  return t;
+}
 
 SimTrack MakePhasedTrack(SimRandom& random, const TrackStart& start,
                          const std::vector<MotionPhase>& phases, double dT) {
@@ -239,6 +249,11 @@ std::vector<SimTrack> MakeUniformPopulation(const PopulationPlan& s) {
   const int32_t nStepping = std::min(share(s.steppingFraction, total), total - nDirected);
   const int32_t nBleach = share(s.bleachFraction, total);
 
+  std::unique_ptr<FractionalTrackMaker> fractional;
+  if (s.alpha != 1 || s.blur)
+    fractional = std::make_unique<FractionalTrackMaker>(
+        FractionalMotion{s.D, s.alpha, s.blur ? kBlurSubsteps : 0}, s.dT);
+
   std::vector<SimTrack> singles;
   singles.reserve(static_cast<size_t>(total));
   int32_t undirected = 0;  // index among the tracks that are not directed
@@ -252,6 +267,8 @@ std::vector<SimTrack> MakeUniformPopulation(const PopulationPlan& s) {
       const double dwell =
           s.velocity > 0 ? s.stepSize / s.velocity : std::numeric_limits<double>::infinity();
       t = MakeSteppingTrack(random, start, {s.stepSize, dwell, direction}, s.dT);
+    } else if (fractional) {
+      t = fractional->Make(random, start);
     } else {
       t = MakeBrownianTrack(random, start, s.D, s.dT);
     }

@@ -56,6 +56,7 @@ struct IntensityPlan {
 };
 
 // Tracks with zeroed intensities; the header position is taken from the start.
+SimTrack MakeStillTrack(const TrackStart& start);
 SimTrack MakePhasedTrack(SimRandom& random, const TrackStart& start,
                          const std::vector<MotionPhase>& phases, double dT);
 SimTrack MakeBrownianTrack(SimRandom& random, const TrackStart& start, double D, double dT);
@@ -134,7 +135,15 @@ struct PopulationPlan {
   double localisationNoise = 0;  // µm
   double fieldSize = 50;         // µm, square field the tracks start in
   StageDrift drift;
+  // The diffusing tracks (not the directed or stepping ones) as fractional Brownian
+  // motion with MSD = 4 D t^alpha, and/or blurred over each frame interval
+  // (FractionalMotion.h); alpha 1 without blur keeps the plain random walk.
+  double alpha = 1;
+  bool blur = false;
 };
+
+// Sub-steps a blurred frame averages: blur coefficient 399/2400, within 0.3 % of 1/6.
+inline constexpr int32_t kBlurSubsteps = 20;
 
 // The mixed preset: 340 single tracks (Brownian at D = 0.01, 0.05 and 0.15, directed
 // at 1.5 and 3 µm/s, stop-and-go, 8 nm stepping, landings; about 30 % with a
