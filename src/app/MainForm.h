@@ -74,6 +74,9 @@ class TMainForm : public ViewerHost {
 
   // --- what the last analyses left in the shared registers (AverDlat, FitSlope, ...)
   AnalysisRegisters Registers;
+  // The headline numbers of each panel's last run (none when too few tracks were
+  // selected for the panels to run).
+  std::vector<PanelResults::Headline> LeftHeadlines, RightHeadlines;
 
   // --- the panels
   std::unique_ptr<float[]> LeftData;   // kPanelRows x kPanelStride

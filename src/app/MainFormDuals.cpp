@@ -54,7 +54,11 @@ void TMainForm::SaveBindingTimesClick(std::string_view item) {
   const BindingTime which =
       item == "SaveBoundTime" ? BindingTime::Bound : BindingTime::BeforeBinding;
   const auto path = AskDualExportPath(*this);
-  if (!path || !SaveBindingTimes(Spots, S, which, *path)) return;
+  if (!path) return;
+  if (!SaveBindingTimes(Spots, S, which, *path)) {
+    platform_.QuietFailure("cannot write " + *path);
+    return;
+  }
   UpdateAnalysis();
 }
 
@@ -62,7 +66,9 @@ void TMainForm::SaveBindingTimesClick(std::string_view item) {
 void TMainForm::SaveGreenSpotsClick(std::string_view item) {
   const GreenAlignment alignment = item == "SaveGreenSplittingSpots" ? GreenAlignment::Splitting
                                                                      : GreenAlignment::Binding;
-  if (const auto path = AskDualExportPath(*this)) SaveGreenSpots(Spots, alignment, *path);
+  const auto path = AskDualExportPath(*this);
+  if (path && !SaveGreenSpots(Spots, alignment, *path))
+    platform_.QuietFailure("cannot write " + *path);
 }
 
 // The viewer opens its fused view on the first selected track of a pair (CurSpot is left

@@ -62,12 +62,17 @@ void TMainForm::RunPanel(std::string_view item, TQVgraph& graph, const LineSink*
   if (!choice) return;
   AnalysisContext context = MakeAnalysisContext();
   context.InstVelExport = instVelExport;
-  Registers.Record(choice->analysis(context, graph));
+  PanelResults results = choice->analysis(context, graph);
+  Registers.Record(results);
+  if (&graph == &LeftGraph) LeftHeadlines = std::move(results.Headlines);
+  if (&graph == &RightGraph) RightHeadlines = std::move(results.Headlines);
 }
 
 void TMainForm::UpdateAnalysis() { RecomputePanels(nullptr); }
 
 void TMainForm::RecomputePanels(const LineSink* instVelExport) {
+  LeftHeadlines.clear();
+  RightHeadlines.clear();
   if (Menu.Checked("StoppingSpots")) RunStoppingFilter();
   if (Menu.Checked("FastMovingSpots")) RunFastMovingFilter();
   SelectSpots();

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "app/AnswerRules.h"
 #include "app/MainForm.h"
 #include "store/Numbers.h"
 
@@ -142,6 +143,26 @@ double ConvertText(const SettingPrompt& prompt, const std::string& text) {
 
 }  // namespace
 
+std::optional<ValueRule> ValueRuleOf(std::string_view item) {
+  if (item == "PrintZoom") return ValueRule{true, 1, 20, ""};
+  if (item == "ViewTrack") return ValueRule{true, 0, kMaxTracks, ""};
+  const SettingPrompt* prompt = FindSettingPrompt(item);
+  if (!prompt) return std::nullopt;
+  const bool integer = prompt->reading == Reading::Integer ||
+                       prompt->reading == Reading::IntegerOrZero;
+  return ValueRule{integer, prompt->low, prompt->high, prompt->suffix};
+}
+
+std::string ValueAnswerProblem(std::string_view item, const std::string& answer) {
+  const std::optional<ValueRule> rule = ValueRuleOf(item);
+  if (!rule) return "";
+  if (!ParseNumber(answer)) return "not a number";
+  bool whole = false;
+  ParseInteger(answer, &whole);
+  if (rule->integer && !whole) return "not a whole number";
+  return "";
+}
+
 void TMainForm::SettingPromptClick(std::string_view item) {
   const SettingPrompt* prompt = FindSettingPrompt(item);
   if (!prompt) return;
@@ -152,6 +173,7 @@ void TMainForm::SettingPromptClick(std::string_view item) {
   // Written so that NaN fails; a setting is never left infinite.
   if (!(std::isfinite(value) && value >= prompt->low && value <= prompt->high)) {
     if (prompt->message) platform_.ShowError(prompt->message);
+    else platform_.QuietFailure("value out of range");
     return;
   }
   const std::string shown = FormatReal(value);

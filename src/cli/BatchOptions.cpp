@@ -36,6 +36,9 @@ std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& ar
     std::string v;
     if (arg == "--help" || arg == "-h") {
       options.help = true;
+      // A command name may follow: its help in detail.
+      if (i + 1 < args.size() && !args[i + 1].empty() && args[i + 1][0] != '-')
+        options.helpCommand = args[++i];
     } else if (arg == "--cmd") {
       if (!value(v)) return std::nullopt;
       BatchStep step;
@@ -58,8 +61,18 @@ std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& ar
       if (!value(options.tablePath)) return std::nullopt;
     } else if (arg == "--rows") {
       if (!value(options.rowsPath)) return std::nullopt;
+    } else if (arg == "--summary") {
+      if (!value(options.summaryPath)) return std::nullopt;
+    } else if (arg == "--out-dir") {
+      if (!value(options.outDir)) return std::nullopt;
     } else if (arg == "--notes") {
       options.notes = true;
+    } else if (arg == "--csv") {
+      options.csv = true;
+    } else if (arg == "--each") {
+      options.each = true;
+    } else if (arg == "--stop-on-error") {
+      options.stopOnError = true;
     } else if (arg == "--size") {
       if (!value(v)) return std::nullopt;
       if (!ParseSize(v, options.width, options.height)) {
@@ -74,40 +87,4 @@ std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& ar
     }
   }
   return options;
-}
-
-std::string BatchUsage(const std::vector<std::string>& commandNames) {
-  std::string text =
-      "usage: kinetra-batch [FILE.qvi ...] [options]\n"
-      "\n"
-      "Runs the analysis headless. FILEs are opened first, as \"Open New File(s)\" would\n"
-      "(the first replaces the store, the rest are appended); then the steps run in the\n"
-      "order given; then the outputs are written.\n"
-      "\n"
-      "steps:\n"
-      "  --cmd NAME          run the menu command NAME\n"
-      "  --cmd NAME=ANSWER   run it with its prompt or file dialog answered by ANSWER\n"
-      "                      (a value for a prompt, a path for a dialog)\n"
-      "  --key CODE          send a key-down with this virtual key code to the main window\n"
-      "outputs:\n"
-      "  --table PATH        per-track table (tab-separated, one line per track)\n"
-      "  --notes             print each panel's caption, titles and notes\n"
-      "  --rows PATH         both panels' drawn rows as tab-separated text\n"
-      "  --size WxH          client size of the window for pictures (default 1197x623)\n"
-      "  --help              this text\n"
-      "\n"
-      "Messages the program shows go to standard error as 'message: TEXT'.\n"
-      "\n"
-      "commands:\n";
-  size_t column = 0;
-  for (const std::string& name : commandNames) {
-    if (column > 0 && column + name.size() + 1 > 78) {
-      text += '\n';
-      column = 0;
-    }
-    text.append(column == 0 ? "  " : " ").append(name);
-    column += name.size() + (column == 0 ? 2 : 1);
-  }
-  text += '\n';
-  return text;
 }

@@ -16,8 +16,15 @@ struct BatchOptions {
   std::vector<BatchStep> steps;    // in command-line order
   std::string tablePath;
   std::string rowsPath;
+  std::string summaryPath;
+  std::string outDir;  // relative output names are taken inside it
   bool notes = false;
+  bool csv = false;           // tables as CSV instead of tab-separated text
+  bool each = false;          // every file on its own, the same steps for each
+  bool stopOnError = false;
+  bool progress = false;      // progress lines on standard error (a terminal)
   bool help = false;
+  std::string helpCommand;    // --help COMMAND
   int width = 1197;
   int height = 623;
 };
@@ -26,4 +33,7 @@ struct BatchOptions {
 std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& args,
                                               std::string& error);
 
-std::string BatchUsage(const std::vector<std::string>& commandNames);
+// Exit statuses.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailed = 1;       // a step failed: a file, an output, a value
+inline constexpr int kExitCommandLine = 2;  // the command line itself is wrong

@@ -4,6 +4,13 @@
 
 void BatchPlatform::ShowMessage(const std::string& text) { messages_ << "message: " << text << '\n'; }
 
+void BatchPlatform::ShowError(const std::string& text) {
+  ShowMessage(text);
+  failures_.push_back(text);
+}
+
+void BatchPlatform::QuietFailure(const std::string& what) { failures_.push_back(what); }
+
 std::optional<std::string> BatchPlatform::TakeAnswer() {
   std::optional<std::string> answer = std::move(answer_);
   answer_.reset();

@@ -20,6 +20,12 @@ class BatchPlatform : public Platform {
   void SetOpenAnswers(std::vector<std::string> paths) { openAnswers_ = std::move(paths); }
 
   void ShowMessage(const std::string& text) override;
+  // Shown like any message, and counted: the run's exit status says a step failed.
+  void ShowError(const std::string& text) override;
+  void QuietFailure(const std::string& what) override;
+  // Failures since the run began, in order.
+  const std::vector<std::string>& failures() const { return failures_; }
+  void AddFailure(std::string what) { failures_.push_back(std::move(what)); }
   std::optional<std::string> InputQuery(const std::string& caption, const std::string& prompt,
                                         const std::string& defaultText) override;
   std::vector<std::string> OpenFileDialog(const FileDialog& dialog) override;
@@ -61,6 +67,7 @@ class BatchPlatform : public Platform {
   std::string caption_;
   std::string status_;
   bool closed_ = false;
+  std::vector<std::string> failures_;
   bool progressOn_ = false;
   std::chrono::steady_clock::time_point progressStart_;
   int progressShown_ = -1;  // the percentage on the line, -1 = no line yet

@@ -1,27 +1,22 @@
 #include "cli/TrackTable.h"
 
-#include <cmath>
-#include <string>
+#include "edit/TableText.h"
 
-#include "store/Numbers.h"
-
-namespace {
-
-std::string Float9(float value) {
-  if (std::isnan(value)) return "nan";
-  return FormatG(value, 9);
-}
-
-}  // namespace
-
-void WriteTrackTable(std::ostream& out, const TrackStore& store) {
-  out << "index\tNPoints\tFirstFrame\tPosX\tPosY\tAverInt\tDlat\tAverVel\tSTest\tStepIndex\t"
-         "IntBefore\tIntAfter\tValid\tSelected\n";
+std::string TrackTableText(const TrackStore& store, const std::string& dlatUnit,
+                           const std::string& timeUnit, bool csv) {
+  TableText table(csv);
+  table.Row({"index", "NPoints", "FirstFrame", "PosX (0.1 µm)", "PosY (0.1 µm)",
+             "AverInt (counts)", "Dlat (" + dlatUnit + ")", "AverVel (µm/" + timeUnit + ")",
+             "STest", "StepIndex", "IntBefore (counts)", "IntAfter (counts)", "Valid",
+             "Selected"});
   for (int32_t i = 0; i < store.NSpots; ++i) {
     const SpotRec& t = store[i];
-    out << i << '\t' << t.NPoints << '\t' << t.FirstFrame << '\t' << t.PosX << '\t' << t.PosY
-        << '\t' << Float9(t.AverInt) << '\t' << Float9(t.Dlat) << '\t' << Float9(t.AverVel) << '\t'
-        << Float9(t.STest) << '\t' << t.StepIndex << '\t' << Float9(t.IntBefore) << '\t'
-        << Float9(t.IntAfter) << '\t' << int(t.Valid) << '\t' << int(t.Selected) << '\n';
+    table.Row({std::to_string(i), std::to_string(t.NPoints), std::to_string(t.FirstFrame),
+               std::to_string(t.PosX), std::to_string(t.PosY), TableText::Float(t.AverInt),
+               TableText::Float(t.Dlat), TableText::Float(t.AverVel), TableText::Float(t.STest),
+               std::to_string(t.StepIndex), TableText::Float(t.IntBefore),
+               TableText::Float(t.IntAfter), std::to_string(int(t.Valid)),
+               std::to_string(int(t.Selected))});
   }
+  return table.Text();
 }

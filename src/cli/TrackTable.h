@@ -1,8 +1,10 @@
 #pragma once
-#include <ostream>
+// The per-track table of kinetra-batch --table: one line per track in store order, units
+// in the header.
+#include <string>
 
 #include "store/TrackStore.h"
 
-// One tab-separated line per track in store order, floats with 9 significant digits
-// so that they read back to the same float.
-void WriteTrackTable(std::ostream& out, const TrackStore& store);
+// `dlatUnit` and `timeUnit` are the units the values are in ("µm2/s", "s").
+std::string TrackTableText(const TrackStore& store, const std::string& dlatUnit,
+                           const std::string& timeUnit, bool csv);

@@ -1,17 +1,21 @@
 // kinetra-batch: the main window's commands driven from the command line.
 #include <unistd.h>
 
-#include <cstdio>
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <mutex>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "app/MainForm.h"
+#include "cli/BatchHelp.h"
 #include "cli/BatchOptions.h"
-#include "cli/BatchPlatform.h"
-#include "cli/PanelText.h"
-#include "cli/TrackTable.h"
+#include "cli/BatchRun.h"
+#include "cli/BatchSummary.h"
 
 #ifdef KINETRA_WITH_QT
 #include "cli/BatchQt.h"
@@ -19,76 +23,93 @@
 
 namespace {
 
-template <typename Write>
-bool WriteFile(const std::string& path, Write write) {
-  std::ofstream out(path, std::ios::binary);
-  if (!out) {
-    std::cerr << "kinetra-batch: cannot write " << path << "\n";
-    return false;
+// The input file's name without folder and extension: what "{}" stands for.
+std::string Stem(const std::string& file) { return std::filesystem::path(file).stem().string(); }
+
+// Every file on its own, on as many threads as the machine has (each run uses the shared
+// worker pool inside as well). Each file's messages are printed together when it ends.
+std::vector<BatchResult> RunEach(const BatchOptions& options) {
+  const size_t count = options.files.size();
+  std::vector<BatchResult> results(count);
+  std::atomic<size_t> next{0};
+  std::mutex print;
+  auto work = [&] {
+    for (size_t i = next++; i < count; i = next++) {
+      std::ostringstream messages, notes;
+      results[i] = RunBatch(options, {options.files[i]}, Stem(options.files[i]), messages, notes);
+      std::lock_guard<std::mutex> lock(print);
+      std::istringstream lines(messages.str());
+      for (std::string line; std::getline(lines, line);)
+        std::cerr << options.files[i] << ": " << line << '\n';
+      std::cout << notes.str();
+    }
+  };
+  const size_t threads = std::clamp<size_t>(std::thread::hardware_concurrency(), 1, count);
+  std::vector<std::thread> pool;
+  for (size_t t = 1; t < threads; ++t) {
+    try {
+      pool.emplace_back(work);
+    } catch (const std::system_error&) {
+      break;  // the system gives no more threads: this one does the rest
+    }
   }
-  write(out);
-  return static_cast<bool>(out);
+  work();
+  for (std::thread& thread : pool) thread.join();
+  return results;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::vector<std::string> args(argv + 1, argv + argc);
+  std::string error;
+  std::optional<BatchOptions> options = ParseBatchOptions(args, error);
+  if (!options) {
+    std::cerr << "kinetra-batch: " << error << " (see --help)\n";
+    return kExitCommandLine;
+  }
+  // Help needs neither the track store nor the toolkit.
+  if (options->help) {
+    if (options->helpCommand.empty()) {
+      std::cout << BatchUsage();
+      return kExitOk;
+    }
+    const std::string text = CommandHelp(options->helpCommand);
+    if (text.empty()) {
+      std::cerr << "kinetra-batch: unknown command '" << options->helpCommand << "'\n";
+      return kExitCommandLine;
+    }
+    std::cout << text;
+    return kExitOk;
+  }
+  // Answers and names are checked before anything runs, so a typo costs no work.
+  if (const std::string problem = CheckSteps(*options); !problem.empty()) {
+    std::cerr << "kinetra-batch: " << problem << '\n';
+    return kExitCommandLine;
+  }
+  options->progress = isatty(fileno(stderr)) != 0;
 #ifdef KINETRA_WITH_QT
   BatchQt qt(argc, argv);
 #endif
-  std::vector<std::string> args(argv + 1, argv + argc);
-  std::string error;
-  const auto options = ParseBatchOptions(args, error);
 
-  BatchPlatform platform(std::cerr);
-  platform.EnableProgress(isatty(fileno(stderr)) != 0);
-  TMainForm form(platform);
-  if (!form.Ready()) return 1;
-  if (!options) {
-    std::cerr << "kinetra-batch: " << error << "\n\n" << BatchUsage(form.CommandNames());
-    return 2;
+  std::vector<BatchResult> results;
+  if (options->each && !options->files.empty()) {
+    results = RunEach(*options);
+  } else {
+    const std::string stem = options->files.empty() ? "" : Stem(options->files.front());
+    results.push_back(RunBatch(*options, options->files, stem, std::cerr, std::cout));
   }
-  if (options->help) {
-    std::cout << BatchUsage(form.CommandNames());
-    return 0;
-  }
-  // Unknown names are refused before anything runs, so a typo costs no work.
-  for (const BatchStep& step : options->steps) {
-    if (step.kind == BatchStep::Command && !form.HasCommand(step.name)) {
-      std::cerr << "kinetra-batch: unknown command '" << step.name << "' (see --help)\n";
-      return 2;
+  bool failed = false;
+  for (const BatchResult& result : results) failed |= !result.failures.empty();
+  if (!options->summaryPath.empty()) {
+    const std::string path = OutputPath(options->summaryPath, "summary", options->outDir);
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << SummaryText(results);
+    out.close();
+    if (!out) {
+      std::cerr << "kinetra-batch: failed: cannot write " << path << '\n';
+      failed = true;
     }
   }
-
-  form.FormResize(options->width, options->height, form.StatusBarHeight);
-  platform.SetRepaint([&form] { form.RenderPanels(); });
-  if (!options->files.empty()) {
-    platform.SetOpenAnswers(options->files);
-    form.RunCommand("OpenNewFile");
-  }
-  for (const BatchStep& step : options->steps) {
-    if (platform.closed()) break;
-    if (step.kind == BatchStep::Key) {
-      form.KeyDown(step.key);
-      continue;
-    }
-    platform.SetAnswer(step.answer);
-    form.RunCommand(step.name);
-    platform.SetAnswer(std::nullopt);
-  }
-
-  bool written = true;
-  if (!options->tablePath.empty())
-    written &= WriteFile(options->tablePath, [&](std::ostream& out) { WriteTrackTable(out, form.Spots); });
-  if (!options->rowsPath.empty())
-    written &= WriteFile(options->rowsPath, [&](std::ostream& out) {
-      WritePanelRows(out, "left", form.LeftGraph);
-      out << '\n';
-      WritePanelRows(out, "right", form.RightGraph);
-    });
-  if (options->notes) {
-    WritePanelNotes(std::cout, "left", form.LeftGraph);
-    WritePanelNotes(std::cout, "right", form.RightGraph);
-  }
-  return written ? 0 : 1;
+  return failed ? kExitFailed : kExitOk;
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "edit/TableText.h"
 #include "edit/TextExport.h"
 #include "plot/TQVgraph.h"
 #include "store/Numbers.h"
@@ -42,24 +43,9 @@ void WriteSection(std::ostream& out, const TQVgraph& graph, int firstRow, int la
 
 int SeriesShown(const TQVgraph& graph) { return std::clamp(graph.SeriesCount, 0, kMaxSeries); }
 
-std::string CsvField(const std::string& text) {
-  const bool plain = text.find_first_of(",\"\r\n") == std::string::npos &&
-                     (text.empty() || (text.front() != ' ' && text.back() != ' '));
-  if (plain) return text;
-  std::string quoted = "\"";
-  for (char c : text) {
-    if (c == '"') quoted += '"';
-    quoted += c;
-  }
-  return quoted + "\"";
-}
-
-// The shortest text that reads back as the same float.
+// A panel value as a table cell: empty for a missing value.
 std::string CsvNumber(float value) {
-  if (!std::isfinite(value) || value <= kMissingValue) return "";
-  char buffer[32];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return std::string(buffer, result.ptr);
+  return value <= kMissingValue ? std::string() : TableText::Float(value);
 }
 
 struct CsvPanel {
@@ -94,34 +80,39 @@ void WritePanelsText(std::ostream& out, const TQVgraph& left, const TQVgraph& ri
   WriteSection(out, right, firstRow, SeriesShown(right), true);
 }
 
-void WritePanelsCsv(std::ostream& out, const TQVgraph& left, const TQVgraph& right) {
+std::string PanelsTableText(const TQVgraph& left, const TQVgraph& right, char separator) {
   const CsvPanel panels[2] = {DescribePanel(left, "Left"), DescribePanel(right, "Right")};
-  std::string header;
+  std::string text;
   int rows = 0;
   for (const CsvPanel& panel : panels) {
-    if (!header.empty()) header += ",";
-    header += CsvField(panel.name + ": " + panel.graph.XTitle);
+    if (!text.empty()) text += separator;
+    text += TableText::Quoted(panel.name + ": " + panel.graph.XTitle, separator);
     for (int s : panel.series) {
       const SeriesRec& series = panel.graph.Series[s];
       const std::string& title = series.RightAxis ? panel.graph.Y1Title : panel.graph.Y0Title;
-      header += "," + CsvField(panel.name + ": " + title + " [" + std::to_string(s) + "]");
+      text += separator +
+              TableText::Quoted(panel.name + ": " + title + " [" + std::to_string(s) + "]", separator);
     }
     rows = std::max(rows, panel.end - panel.first);
   }
-  out << header << "\n";
+  text += "\n";
   for (int j = 0; j < rows; ++j) {
-    std::string line;
     for (int p = 0; p < 2; ++p) {
       const CsvPanel& panel = panels[p];
-      if (p > 0) line += ",";
+      if (p > 0) text += separator;
       const int i = panel.first + j;
       const bool has = i < panel.end;
-      if (has) line += CsvNumber(Cell(panel.graph, 0, i));
+      if (has) text += CsvNumber(Cell(panel.graph, 0, i));
       for (int s : panel.series) {
-        line += ",";
-        if (has) line += CsvNumber(Cell(panel.graph, s, i));
+        text += separator;
+        if (has) text += CsvNumber(Cell(panel.graph, s, i));
       }
     }
-    out << line << "\n";
+    text += "\n";
   }
+  return text;
+}
+
+void WritePanelsCsv(std::ostream& out, const TQVgraph& left, const TQVgraph& right) {
+  out << PanelsTableText(left, right, ',');
 }

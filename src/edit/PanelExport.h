@@ -1,6 +1,7 @@
 #pragma once
 // The numbers behind the two graph panels, as text for a spreadsheet and as CSV.
 #include <ostream>
+#include <string>
 
 class TQVgraph;
 
@@ -16,3 +17,5 @@ void WritePanelsText(std::ostream& out, const TQVgraph& left, const TQVgraph& ri
 // [DataFirst, DataEnd). Cells past a panel's last point, missing values and values that
 // are not finite are empty, so the file loads as one table with gaps.
 void WritePanelsCsv(std::ostream& out, const TQVgraph& left, const TQVgraph& right);
+// The same table as text, its cells separated by `separator` (',' or '\t').
+std::string PanelsTableText(const TQVgraph& left, const TQVgraph& right, char separator);
