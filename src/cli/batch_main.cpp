@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "cli/BatchPlatform.h"
 #include "cli/PanelText.h"
 #include "cli/TrackTable.h"
+#include "store/AtomicOStream.h"
 
 #ifdef KINETRA_WITH_QT
 #include "cli/BatchQt.h"
@@ -19,15 +19,18 @@
 
 namespace {
 
+// The file is complete or left as it was; a failure is said on standard error.
 template <typename Write>
 bool WriteFile(const std::string& path, Write write) {
-  std::ofstream out(path, std::ios::binary);
-  if (!out) {
+  AtomicOStream out(path);
+  if (!out.Open()) {
     std::cerr << "kinetra-batch: cannot write " << path << "\n";
     return false;
   }
   write(out);
-  return static_cast<bool>(out);
+  const FileWriteResult result = out.Commit();
+  if (!result) std::cerr << "kinetra-batch: " << result.error << "\n";
+  return static_cast<bool>(result);
 }
 
 }  // namespace
