@@ -80,7 +80,13 @@ bool AtomicFile::Open() {
 bool AtomicFile::Write(std::string_view bytes) {
   if (!file_) return false;
   if (bytes.empty()) return true;
-  return std::fwrite(bytes.data(), 1, bytes.size(), file_) == bytes.size();
+  if (std::fwrite(bytes.data(), 1, bytes.size(), file_) == bytes.size()) return true;
+  MarkFailed();
+  return false;
+}
+
+void AtomicFile::MarkFailed() {
+  if (writeError_ == 0) writeError_ = errno != 0 ? errno : -1;
 }
 
 void AtomicFile::Discard() {
@@ -92,23 +98,29 @@ void AtomicFile::Discard() {
 
 FileWriteResult AtomicFile::Fail(FileWriteResult::Status status, int error) {
   Discard();
-  // A stream that failed earlier may no longer know why.
-  const std::string reason = error ? std::strerror(error) : "not every byte could be written";
+  const std::string reason = error > 0 ? std::strerror(error) : "not every byte could be written";
   return {status, "Can not write " + path_ + ": " + reason};
 }
 
 FileWriteResult AtomicFile::Commit() {
   if (!file_) return Fail(FileWriteResult::NotOpened, opened_ ? openError_ : EBADF);
+  // The first failure says why; a stream that failed earlier may no longer know.
+  int error = writeError_;
+  bool failed = writeError_ != 0;
   errno = 0;
-  const bool flushed = std::fflush(file_) == 0;
-  int error = flushed ? 0 : errno;
-  const bool failedEarlier = std::ferror(file_) != 0;
+  if (std::fflush(file_) != 0) {
+    if (!failed) error = errno;
+    failed = true;
+  }
+  failed = failed || std::ferror(file_) != 0;
   std::FILE* file = file_;
   file_ = nullptr;
   errno = 0;
-  const bool closed = std::fclose(file) == 0;
-  if (!closed && error == 0) error = errno;
-  if (!flushed || failedEarlier || !closed) return Fail(FileWriteResult::NotWritten, error);
+  if (std::fclose(file) != 0) {
+    if (!failed) error = errno;
+    failed = true;
+  }
+  if (failed) return Fail(FileWriteResult::NotWritten, error);
   if (!temp_.empty() && std::rename(temp_.c_str(), target_.c_str()) != 0)
     return Fail(FileWriteResult::NotWritten, errno);
   temp_.clear();

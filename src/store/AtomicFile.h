@@ -29,6 +29,8 @@ class AtomicFile {
   // The open stream, or null. Writers may use it directly; errors are noticed at Commit.
   std::FILE* Stream() const { return file_; }
   bool Write(std::string_view bytes);
+  // For writers of Stream(): a write just failed (errno tells why); Commit will fail.
+  void MarkFailed();
   // Flushes, closes and renames over the target. On failure nothing is left behind.
   FileWriteResult Commit();
   // Drops what was written; the target stays as it was.
@@ -45,6 +47,7 @@ class AtomicFile {
   std::FILE* file_ = nullptr;
   bool opened_ = false;
   int openError_ = 0;
+  int writeError_ = 0;  // of the first failed write, -1 when errno did not say
 };
 
 // Writes `bytes` as the whole content of `path`.

@@ -8,12 +8,9 @@ AtomicOStream::AtomicOStream(std::string path)
 AtomicOStream::~AtomicOStream() = default;
 
 FileWriteResult AtomicOStream::Commit() {
-  if (!file_.Stream()) return file_.Commit();
-  flush();
-  if (fail()) {
-    file_.Discard();
-    return {FileWriteResult::NotWritten,
-            "Can not write " + file_.Path() + ": not every byte could be written"};
+  if (file_.Stream()) {
+    flush();
+    if (fail()) file_.MarkFailed();
   }
   return file_.Commit();
 }

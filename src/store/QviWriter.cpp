@@ -15,8 +15,11 @@ FileWriteResult WriteSelectedTracks(const std::string& path, const TrackStore& s
     header.posY = t.PosY;
     header.nPoints = t.NPoints;
     header.firstFrame = t.FirstFrame;
-    // A failed write shows at Commit, which then leaves the target as it was.
-    if (!WritePlanarBlock(file.Stream(), header, t.Int.data(), t.X.data(), t.Y.data())) break;
+    // Commit then reports the failure and leaves the target as it was.
+    if (!WritePlanarBlock(file.Stream(), header, t.Int.data(), t.X.data(), t.Y.data())) {
+      file.MarkFailed();
+      break;
+    }
   }
   return file.Commit();
 }

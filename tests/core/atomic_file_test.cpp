@@ -1,0 +1,131 @@
+// Files written whole or not at all: a file-size limit and a full device make every writer
+// fail part-way; the target, the folder and the store must be as they were.
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "RecordingCanvas.h"
+#include "StoreTestFiles.h"
+#include "TrackBuilders.h"
+#include "app/SaveDialogs.h"
+#include "edit/DualTracks.h"
+#include "plot/Picture.h"
+#include "store/QviWriter.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Files may grow to `bytes` while this lives; writing past that fails with EFBIG instead of
+// ending the process.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    getrlimit(RLIMIT_FSIZE, &old_);
+    previous_ = signal(SIGXFSZ, SIG_IGN);
+    rlimit limit = old_;
+    limit.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &old_);
+    signal(SIGXFSZ, previous_);
+  }
+
+ private:
+  rlimit old_{};
+  void (*previous_)(int) = nullptr;
+};
+
+std::vector<std::string> FolderNames(const std::string& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+}  // namespace
+
+using AtomicFiles = FormTest;
+
+TEST_F(AtomicFiles, CutWritesLeaveTargetFolderAndStoreAsTheyWere) {
+  const std::string folder = TempPath("atomic");
+  fs::remove_all(folder);
+  fs::create_directory(folder);
+  const std::string target = folder + "/old.txt", absent = folder + "/new.txt";
+  WriteFile("atomic/old.txt", "old");
+
+  // A pair, so that the binding-time export has lines to write and flags to change.
+  form.Format2016 = true;
+  Floats partnerX(30, 6.0f);
+  std::fill(partnerX.begin() + 4, partnerX.begin() + 20, 5.1f);
+  AddTrack(form, Floats(30, 5.0f), Floats(30, 5.0f));
+  AddTrack(form, partnerX, Floats(30, 5.0f));
+  form.UpdateAnalysis();
+  ASSERT_TRUE(form.RunCommand("FindDualTracks"));
+  const std::string flags = ValidMask(form) + SelectedMask(form);
+  RecordingBitmap bitmap(40, 40);
+  platform.messages.clear();
+  {
+    const FileSizeLimit limit(16);
+    for (const std::string& path : {target, absent}) {
+      SCOPED_TRACE(path);
+      std::vector<FileWriteResult> results;
+      results.push_back(WriteFileAtomically(path, std::string(100, 'x')));
+      AtomicOStream stream(path);
+      ASSERT_TRUE(stream.Open());
+      stream << std::string(5000, 'y');
+      results.push_back(stream.Commit());
+      results.push_back(WriteSelectedTracks(path, form.Spots, true));
+      results.push_back(WriteBmp24(bitmap, path));
+      results.push_back(SaveGreenSpots(form.Spots, GreenAlignment::Binding, path));
+      results.push_back(SaveBindingTimes(form.Spots, form.S, BindingTime::Bound, path));
+      for (const FileWriteResult& result : results)
+        EXPECT_TRUE(result.status == FileWriteResult::NotWritten &&
+                    result.error == "Can not write " + path + ": File too large")
+            << result.error;
+      EXPECT_EQ(ValidMask(form) + SelectedMask(form), flags);
+      EXPECT_EQ(FolderNames(folder), std::vector<std::string>{"old.txt"});
+      EXPECT_EQ(ReadFile(target), "old");
+    }
+  }
+
+  // The full device opens and then refuses: reported, and still a device. /dev/null works.
+  if (fs::exists("/dev/full")) {
+    ExportWriter writer(platform, "/dev/full");
+    ASSERT_TRUE(writer.Open());
+    writer << "data";
+    EXPECT_FALSE(writer.Commit());
+    EXPECT_EQ(platform.messages,
+              std::vector<std::string>{"Can not write /dev/full: No space left on device"});
+  }
+  EXPECT_TRUE(WriteFileAtomically("/dev/null", "x") && fs::is_character_file("/dev/null"));
+
+  // A whole write replaces the old file with its mode, and through a link keeps the link.
+  chmod(target.c_str(), 0640);
+  fs::create_symlink(target, folder + "/link.txt");
+  EXPECT_TRUE(WriteFileAtomically(folder + "/link.txt", "new"));
+  EXPECT_TRUE(fs::is_symlink(folder + "/link.txt") && ReadFile(target) == "new");
+  EXPECT_EQ(fs::status(target).permissions(), fs::perms(0640));
+  EXPECT_EQ(FolderNames(folder), (std::vector<std::string>{"link.txt", "old.txt"}));
+
+  // Nothing to create: a folder, a missing folder.
+  for (const std::string& path : {folder, folder + "/missing/x.txt"})
+    EXPECT_EQ(WriteFileAtomically(path, "x").status, FileWriteResult::NotOpened) << path;
+}
+
+TEST_F(AtomicFiles, ExportWriterAsksCreatesAndReports) {
+  const std::string path = TempPath("export-writer.txt");
+  fs::remove(path);
+  platform.saveAnswers = {std::nullopt, TempPath("missing/x.txt"), path};
+  EXPECT_EQ(AskExportWriter(platform, kTextSaveDialog, "failed"), nullptr);  // cancelled
+  EXPECT_EQ(AskExportWriter(platform, kTextSaveDialog, "failed"), nullptr);
+  std::unique_ptr<ExportWriter> writer = AskExportWriter(platform, kTextSaveDialog, "failed");
+  ASSERT_TRUE(writer);
+  *writer << "X(\xB5m)\n";
+  EXPECT_FALSE(fs::exists(path));  // nothing there before Commit
+  EXPECT_TRUE(writer->Commit() && ReadFile(path) == "X(\xB5m)\n");
+  EXPECT_EQ(platform.messages, std::vector<std::string>{"failed"});
+}
