@@ -69,9 +69,9 @@ class QtVectorCanvas : public Canvas {
   void LineTo(int x, int y) override {
     double x1 = penX_, y1 = penY_, x2 = x, y2 = y;
     penX_ = x, penY_ = y;
-    const double margin = std::clamp(penWidth_, 0, kMaxPenWidth) + 2.0;
-    if (!ClipSegment(x1, y1, x2, y2, -margin, -margin, width_ + margin, height_ + margin))
-      return;
+    // Cut at the region's edges: an SVG file keeps no clip, so nothing may reach into the
+    // panel beside.
+    if (!ClipSegment(x1, y1, x2, y2, 0, 0, width_, height_)) return;
     Stroke();
     painter_.drawLine(QPointF(x1 + kStrokeOffset, y1 + kStrokeOffset),
                       QPointF(x2 + kStrokeOffset, y2 + kStrokeOffset));

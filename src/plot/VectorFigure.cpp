@@ -22,9 +22,8 @@ bool VectorFormatOf(const std::string& path, FigureFormat& format) {
   std::string ext = path.substr(path.size() - 4);
   std::transform(ext.begin(), ext.end(), ext.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  if (ext == ".pdf") format = FigureFormat::Pdf;
-  else if (ext == ".svg") format = FigureFormat::Svg;
-  else return false;
+  if (ext != ".pdf" && ext != ".svg") return false;
+  format = ext == ".pdf" ? FigureFormat::Pdf : FigureFormat::Svg;
   return true;
 }
 

@@ -48,6 +48,11 @@ bool AtomicFile::Open() {
     openError_ = EISDIR;
     return false;
   }
+  // A file that may not be written stays so, as it would for fopen.
+  if (exists && access(target_.c_str(), W_OK) != 0) {
+    openError_ = errno;
+    return false;
+  }
   if (exists && !S_ISREG(info.st_mode)) {
     file_ = std::fopen(target_.c_str(), "wb");
     if (!file_) openError_ = errno;
