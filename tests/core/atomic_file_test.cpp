@@ -20,23 +20,15 @@ namespace {
 
 // Files may grow to `bytes` while this lives; writing past that fails with EFBIG instead of
 // ending the process.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    getrlimit(RLIMIT_FSIZE, &old_);
-    previous_ = signal(SIGXFSZ, SIG_IGN);
-    rlimit limit = old_;
-    limit.rlim_cur = bytes;
+struct FileSizeLimit {
+  explicit FileSizeLimit(rlim_t bytes) : previous(signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &old);
+    rlimit limit{bytes, old.rlim_max};
     setrlimit(RLIMIT_FSIZE, &limit);
   }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &old_);
-    signal(SIGXFSZ, previous_);
-  }
-
- private:
-  rlimit old_{};
-  void (*previous_)(int) = nullptr;
+  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &old), signal(SIGXFSZ, previous); }
+  rlimit old{};
+  void (*previous)(int);
 };
 
 std::vector<std::string> FolderNames(const std::string& folder) {
@@ -50,7 +42,7 @@ std::vector<std::string> FolderNames(const std::string& folder) {
 
 using AtomicFiles = FormTest;
 
-TEST_F(AtomicFiles, CutWritesLeaveTargetFolderAndStoreAsTheyWere) {
+TEST_F(AtomicFiles, CutWritesLeaveTargetFolderAndStoreAsTheyWereWholeOnesReplace) {
   const std::string folder = TempPath("atomic");
   fs::remove_all(folder);
   fs::create_directory(folder);
@@ -92,15 +84,23 @@ TEST_F(AtomicFiles, CutWritesLeaveTargetFolderAndStoreAsTheyWere) {
     }
   }
 
-  // The full device opens and then refuses: reported, and still a device. /dev/null works.
-  if (fs::exists("/dev/full")) {
-    ExportWriter writer(platform, "/dev/full");
-    ASSERT_TRUE(writer.Open());
-    writer << "data";
-    EXPECT_FALSE(writer.Commit());
-    EXPECT_EQ(platform.messages,
-              std::vector<std::string>{"Can not write /dev/full: No space left on device"});
+  // Asked for, created, written, committed: cancelled, a missing folder (its message), the
+  // full device (opens, then refuses at Commit, which names it), and a file that appears
+  // only at Commit. /dev/null works and stays a device.
+  const std::string exported = folder + "/export.txt";
+  platform.saveAnswers = {std::nullopt, folder + "/missing/x.txt", "/dev/full", exported};
+  EXPECT_FALSE(AskExportWriter(platform, kTextSaveDialog, "failed") ||
+               AskExportWriter(platform, kTextSaveDialog, "failed"));
+  for (const std::string& path : {std::string("/dev/full"), exported}) {
+    std::unique_ptr<ExportWriter> writer = AskExportWriter(platform, kTextSaveDialog, "failed");
+    ASSERT_TRUE(writer);
+    *writer << "X(\xB5m)\n";
+    EXPECT_TRUE(!fs::exists(exported) && writer->Commit() == (path == exported));
   }
+  EXPECT_EQ(ReadFile(exported), "X(\xB5m)\n");
+  fs::remove(exported);
+  EXPECT_EQ(platform.messages, (std::vector<std::string>{
+                                   "failed", "Can not write /dev/full: No space left on device"}));
   EXPECT_TRUE(WriteFileAtomically("/dev/null", "x") && fs::is_character_file("/dev/null"));
 
   // A whole write replaces the old file with its mode, and through a link keeps the link.
@@ -114,18 +114,4 @@ TEST_F(AtomicFiles, CutWritesLeaveTargetFolderAndStoreAsTheyWere) {
   // Nothing to create: a folder, a missing folder.
   for (const std::string& path : {folder, folder + "/missing/x.txt"})
     EXPECT_EQ(WriteFileAtomically(path, "x").status, FileWriteResult::NotOpened) << path;
-}
-
-TEST_F(AtomicFiles, ExportWriterAsksCreatesAndReports) {
-  const std::string path = TempPath("export-writer.txt");
-  fs::remove(path);
-  platform.saveAnswers = {std::nullopt, TempPath("missing/x.txt"), path};
-  EXPECT_EQ(AskExportWriter(platform, kTextSaveDialog, "failed"), nullptr);  // cancelled
-  EXPECT_EQ(AskExportWriter(platform, kTextSaveDialog, "failed"), nullptr);
-  std::unique_ptr<ExportWriter> writer = AskExportWriter(platform, kTextSaveDialog, "failed");
-  ASSERT_TRUE(writer);
-  *writer << "X(\xB5m)\n";
-  EXPECT_FALSE(fs::exists(path));  // nothing there before Commit
-  EXPECT_TRUE(writer->Commit() && ReadFile(path) == "X(\xB5m)\n");
-  EXPECT_EQ(platform.messages, std::vector<std::string>{"failed"});
 }

@@ -34,54 +34,46 @@ std::unique_ptr<VectorFigure> MakeFakeFigure(FigureFormat, int, int) {
   return std::make_unique<FakeFigure>();
 }
 
+std::string Describe(const DrawOp& op) {
+  return op.kind + " " + std::to_string(op.x1) + "," + std::to_string(op.y1) + " " +
+         std::to_string(op.x2) + "," + std::to_string(op.y2) + " " + op.text;
+}
+
 }  // namespace
 
 // The vector path draws the very primitives of the bitmap path, except that both titles
-// are turned text instead of a scratch strip copied pixel by pixel; the layout is the same
-// and the bitmap is not touched.
+// are turned text instead of a scratch strip (written at (1, PlotBottom + LineHeight),
+// copied pixel by pixel, cleared by FillRect); the layout is the same, the bitmap untouched.
 TEST(VectorFigure, DrawOntoMatchesTheBitmapWithTurnedTitles) {
   RecordingFactoryScope factory;
   std::vector<float> data(2 * 20);
   for (int i = 0; i < 20; ++i) data[i] = i * 0.5f, data[20 + i] = static_cast<float>(i % 7);
   TQVgraph g;
   ASSERT_TRUE(g.SetBitmapSize(400, 300));
-  g.Data = data.data(), g.Stride = 20, g.DataEnd = 19, g.HasData = true;
+  g.Data = data.data(), g.Stride = 20, g.DataEnd = 19, g.HasData = true, g.Notes[0] = "a note";
   g.Series[1].Show = g.Series[1].RightAxis = true, g.Series[1].Style = LineCircle;
-  g.Notes[0] = "a note";
+  auto layout = [&g] { return std::array<int, 5>{g.LineHeight, g.LeftMargin, g.RightMargin, g.PlotRight, g.PlotBottom}; };
   g.DrawGraph();
-  RecordingCanvas& onBitmap = RecorderOf(*g.Bitmap);
-  const std::vector<DrawOp> bitmapOps = onBitmap.ops;
-  const std::array<double, 7> layout = {double(g.LineHeight), double(g.LeftMargin),
-                                        double(g.RightMargin), double(g.PlotRight),
-                                        double(g.PlotBottom), g.XScale, g.Y1Scale};
-
+  const std::vector<DrawOp> bitmapOps = RecorderOf(*g.Bitmap).ops;
+  const std::array<int, 5> bitmapLayout = layout();
   RecordingBitmap page(1, 1);
   TurningCanvas vector(page);
   g.DrawOnto(vector, 400, 300);
-  EXPECT_EQ(onBitmap.ops.size(), bitmapOps.size());
-  EXPECT_EQ(layout, (std::array<double, 7>{double(g.LineHeight), double(g.LeftMargin),
-                                           double(g.RightMargin), double(g.PlotRight),
-                                           double(g.PlotBottom), g.XScale, g.Y1Scale}));
-  // The strip: each title written at (1, PlotBottom + LineHeight) and cleared by FillRect.
-  auto stripOp = [&g](const DrawOp& op) {
-    return op.kind == "FillRect" || (op.kind == "Text" && op.x1 == 1 && op.y1 == g.PlotBottom + g.LineHeight);
-  };
+  EXPECT_TRUE(RecorderOf(*g.Bitmap).ops.size() == bitmapOps.size() && layout() == bitmapLayout);
+
   std::vector<std::string> expected, drawn, turned;
-  auto text = [](const DrawOp& op) {
-    return op.kind + " " + std::to_string(op.x1) + "," + std::to_string(op.y1) + " " +
-           std::to_string(op.x2) + "," + std::to_string(op.y2) + " " + op.text;
-  };
   for (const DrawOp& op : bitmapOps)
-    if (!stripOp(op)) expected.push_back(text(op));
-  for (const DrawOp& op : vector.ops) (op.kind == "Upward" ? turned : drawn).push_back(text(op));
+    if (op.kind != "FillRect" && !(op.kind == "Text" && op.x1 == 1 && op.y1 == g.PlotBottom + g.LineHeight))
+      expected.push_back(Describe(op));
+  for (const DrawOp& op : vector.ops) (op.kind == "Upward" ? turned : drawn).push_back(Describe(op));
   EXPECT_EQ(drawn, expected);
-  // Bottom to top, the text's left edge on row PlotBottom/2 + width/2, in the title columns.
-  const int c0 = g.PlotBottom / 2 + 6 * static_cast<int>(g.Y0Title.size()) / 2;
-  const int c1 = g.PlotBottom / 2 + 6 * static_cast<int>(g.Y1Title.size()) / 2;
-  const int right = g.PlotRight + g.RightMargin - g.LineHeight + 1;
-  EXPECT_EQ(turned, (std::vector<std::string>{
-                        "Upward " + std::to_string(right) + "," + std::to_string(c1) + " 0,0 " + g.Y1Title,
-                        "Upward 3," + std::to_string(c0) + " 0,0 " + g.Y0Title}));
+  // Bottom to top, the text's left edge on row PlotBottom/2 + width/2 (6 pixels a byte).
+  auto row = [&g](const std::string& title) {
+    return std::to_string(g.PlotBottom / 2 + 6 * static_cast<int>(title.size()) / 2);
+  };
+  const std::string right = std::to_string(g.PlotRight + g.RightMargin - g.LineHeight + 1);
+  EXPECT_EQ(turned, (std::vector<std::string>{"Upward " + right + "," + row(g.Y1Title) + " 0,0 " + g.Y1Title,
+                                              "Upward 3," + row(g.Y0Title) + " 0,0 " + g.Y0Title}));
 }
 
 // Regions as the composed bitmap places the panels; PDF and SVG names drawn from the
@@ -109,6 +101,6 @@ TEST(VectorFigure, PanelsFigureRegionsAndPictureFormats) {
   EXPECT_TRUE(SavePicture(platform, *left.Bitmap, asBitmap) && ReadFile(asBitmap).substr(0, 2) == "BM");
   SetVectorFigureFactory(nullptr);
   EXPECT_FALSE(SavePicture(platform, *left.Bitmap, pdf, &graphs));
-  EXPECT_EQ(platform.messages, std::vector<std::string>{"Can not write " + pdf +
-                                                        ": the figure could not be drawn"});
+  EXPECT_EQ(platform.messages,
+            std::vector<std::string>{"Can not write " + pdf + ": the figure could not be drawn"});
 }

@@ -1,56 +1,33 @@
 // The panels as PDF and SVG figures: real texts and lines, laid out like the bitmap.
+#include <QFile>
+#include <QProcess>
 #include <QSvgRenderer>
-#include <cmath>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "FakePlatform.h"
 #include "QtTestApp.h"
 #include "app/SaveDialogs.h"
 #include "plot/Picture.h"
-#include "store/AtomicFile.h"
 
-namespace {
-
-std::string OutPath(const std::string& name) { return KINETRA_BINARY_DIR "/" + name; }
-
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-// Standard output of a shell command; empty when it cannot run.
-std::string Shell(const std::string& command) {
-  std::string out;
-  if (std::FILE* pipe = popen(command.c_str(), "r")) {
-    char buffer[4096];
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    pclose(pipe);
-  }
-  return out;
-}
-
-// Mean brightness of 16 x 16 blocks of two pictures of one size, compared block by block:
-// the largest difference (0..255). Small when both show the same layout.
-int WorstBlockDifference(const QImage& a, const QImage& b) {
-  constexpr int kBlock = 16;
+// Mean brightness of 16 x 16 blocks of two pictures, compared block by block: the largest
+// difference (0..255). Small when both show the same layout.
+static int WorstBlockDifference(const QImage& a, const QImage& b) {
   int worst = 0;
-  for (int by = 0; by + kBlock <= a.height(); by += kBlock)
-    for (int bx = 0; bx + kBlock <= a.width(); bx += kBlock) {
-      long sumA = 0, sumB = 0;
-      for (int y = by; y < by + kBlock; ++y)
-        for (int x = bx; x < bx + kBlock; ++x)
-          sumA += qGray(a.pixel(x, y)), sumB += qGray(b.pixel(x, y));
-      worst = std::max(worst, static_cast<int>(std::abs(sumA - sumB) / (kBlock * kBlock)));
+  for (int by = 0; by + 16 <= a.height(); by += 16)
+    for (int bx = 0; bx + 16 <= a.width(); bx += 16) {
+      int sum = 0;
+      for (int y = by; y < by + 16; ++y)
+        for (int x = bx; x < bx + 16; ++x) sum += qGray(a.pixel(x, y)) - qGray(b.pixel(x, y));
+      worst = std::max(worst, std::abs(sum) / 256);
     }
   return worst;
 }
 
-}  // namespace
+static QByteArray Output(const QString& program, const QStringList& arguments) {
+  QProcess process;
+  process.start(program, arguments);
+  process.waitForFinished();
+  return process.readAllStandardOutput();
+}
 
 using VectorFigures = QtTest;
 
@@ -64,38 +41,36 @@ TEST_F(VectorFigures, PanelsAsPdfAndSvg) {
   ASSERT_TRUE(form.RunCommand("OpenNewFile"));
   form.RenderPanels();
   const int width = 1197, height = 603;
-  std::unique_ptr<Bitmap> picture = ComposePanels(form.LeftGraph.Bitmap.get(),
-                                                  form.RightGraph.Bitmap.get(), width, height);
+  const std::unique_ptr<Bitmap> picture =
+      ComposePanels(form.LeftGraph.Bitmap.get(), form.RightGraph.Bitmap.get(), width, height);
   ASSERT_TRUE(picture);
   const PictureGraphs graphs{&form.LeftGraph, &form.RightGraph, width, height};
-  const std::string bmp = OutPath("figure.bmp"), pdf = OutPath("figure.pdf"),
-                    svg = OutPath("figure.svg"), pdfPng = OutPath("figure-pdf");
-  for (const std::string& path : {bmp, pdf, svg})
-    ASSERT_TRUE(SavePicture(platform, *picture, path, &graphs)) << path;
+  const QString out = KINETRA_BINARY_DIR "/figure.";
+  for (const char* ext : {"bmp", "pdf", "svg"})
+    ASSERT_TRUE(SavePicture(platform, *picture, (out + ext).toStdString(), &graphs)) << ext;
   EXPECT_TRUE(platform.messages.empty());
 
+  QFile svgFile(out + "svg"), pdfFile(out + "pdf");
+  ASSERT_TRUE(svgFile.open(QIODevice::ReadOnly) && pdfFile.open(QIODevice::ReadOnly));
+  const QString svgText = QString::fromUtf8(svgFile.readAll());
+  const QString pdfText = QString::fromUtf8(Output("pdftotext", {"-enc", "UTF-8", out + "pdf", "-"}));
   const TQVgraph &left = form.LeftGraph, &right = form.RightGraph;
-  const std::string texts[] = {left.XTitle, left.Y0Title, right.XTitle, right.Y0Title,
-                               right.Y1Title, left.Notes[0], right.Notes[0]};
-  const std::string svgText = Slurp(svg), pdfBytes = Slurp(pdf);
-  const std::string pdfText = Shell("pdftotext -enc UTF-8 " + pdf + " -");
-  for (const std::string& text : texts) {
-    EXPECT_NE(svgText.find(">" + text + "</text>"), std::string::npos) << text;
-    EXPECT_NE(pdfText.find(text), std::string::npos) << text;
+  for (const std::string& text : {left.XTitle, left.Y0Title, right.XTitle, right.Y0Title,
+                                  right.Y1Title, left.Notes[0], right.Notes[0]}) {
+    EXPECT_TRUE(svgText.contains(QString::fromStdString(">" + text + "</text>"))) << text;
+    EXPECT_TRUE(pdfText.contains(QString::fromStdString(text))) << text;
   }
-  EXPECT_TRUE(svgText.find("<image") == std::string::npos &&
-              pdfBytes.find("/Subtype /Image") == std::string::npos);
+  EXPECT_FALSE(svgText.contains("<image") || pdfFile.readAll().contains("/Subtype /Image"));
 
-  Shell("pdftoppm -r 96 -png -singlefile " + pdf + " " + pdfPng);
-  QSvgRenderer renderer(QString::fromStdString(svg));
+  Output("pdftoppm", {"-r", "96", "-png", "-singlefile", out + "pdf", out + "pdf"});
+  QSvgRenderer renderer(out + "svg");
   ASSERT_TRUE(renderer.isValid());
   QImage fromSvg(width, height, QImage::Format_RGB32);
   fromSvg.fill(Qt::white);
   QPainter painter(&fromSvg);
   renderer.render(&painter);
   painter.end();
-  const QImage fromBmp(QString::fromStdString(bmp));
-  const QImage fromPdf = QImage(QString::fromStdString(pdfPng + ".png")).copy(0, 0, width, height);
+  const QImage fromBmp(out + "bmp"), fromPdf = QImage(out + "pdf.png").copy(0, 0, width, height);
   ASSERT_EQ(fromPdf.size(), fromBmp.size());
   // Smoothed text differs by up to about 20; a missing title or a shifted panel by 70 and more.
   EXPECT_LT(WorstBlockDifference(fromBmp, fromSvg), 40);
