@@ -70,7 +70,7 @@ bool AtomicFile::Open() {
   }
   temp_ = pattern;
   // mkstemp makes the file private; give it the mode the target has, or would get.
-  const mode_t mode = exists ? (info.st_mode & 07777) : (0666 & ~CurrentUmask());
+  const mode_t mode = exists ? (info.st_mode & 0777) : (0666 & ~CurrentUmask());
   fchmod(fd, mode);
   file_ = fdopen(fd, "wb");
   if (!file_) {
