@@ -90,13 +90,8 @@ TEST(VectorFigure, PanelsFigureRegionsAndPictureFormats) {
   EXPECT_EQ(PanelsFigure(FigureFormat::Svg, &left, &form.RightGraph, 21, 28), "figure");
   EXPECT_EQ(gRegions, (std::vector<std::array<int, 4>>{{0, 0, 10, 28}, {10, 0, 11, 28}}));
 
-  FigureFormat format = FigureFormat::Pdf;
-  EXPECT_TRUE(VectorFormatOf("a.SVG", format) && format == FigureFormat::Svg);
-  EXPECT_TRUE(VectorFormatOf("b.pdf", format) && format == FigureFormat::Pdf);
-  EXPECT_FALSE(VectorFormatOf("pdf", format) || VectorFormatOf("c.pdf.bmp", format));
-
   const PictureGraphs graphs{&left, nullptr, 10, 28};
-  const std::string pdf = TempPath("figure.pdf"), asBitmap = TempPath("figure-no-graphs.pdf");
+  const std::string pdf = TempPath("figure.PDF"), asBitmap = TempPath("figure-no-graphs.pdf");
   EXPECT_TRUE(SavePicture(platform, *left.Bitmap, pdf, &graphs) && ReadFile(pdf) == "figure");
   EXPECT_TRUE(SavePicture(platform, *left.Bitmap, asBitmap) && ReadFile(asBitmap).substr(0, 2) == "BM");
   SetVectorFigureFactory(nullptr);
