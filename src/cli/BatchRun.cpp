@@ -1,7 +1,6 @@
 #include "cli/BatchRun.h"
 
 #include <filesystem>
-#include <fstream>
 #include <ostream>
 
 #include "app/AnswerRules.h"
@@ -10,6 +9,7 @@
 #include "cli/PanelText.h"
 #include "cli/TrackTable.h"
 #include "edit/PanelExport.h"
+#include "store/AtomicFile.h"
 
 namespace {
 
@@ -26,13 +26,6 @@ std::string StepText(const BatchStep& step) {
 bool AnswerIsOutput(const BatchStep& step) {
   const CommandRow<TMainForm>* row = RowOf(step.name);
   return row && (row->answer == Answer::SaveFile || row->answer == Answer::Picture);
-}
-
-bool WriteOutput(const std::string& path, const std::string& text) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << text;
-  out.close();
-  return static_cast<bool>(out);
 }
 
 }  // namespace
@@ -122,7 +115,8 @@ BatchResult RunBatch(const BatchOptions& options, const std::vector<std::string>
   auto write = [&](const std::string& name, const std::string& text) {
     if (name.empty()) return;
     const std::string path = OutputPath(name, stem, options.outDir);
-    if (!WriteOutput(path, text)) platform.AddFailure("cannot write " + path);
+    const FileWriteResult written = WriteFileAtomically(path, text);
+    if (!written) platform.AddFailure(written.error);
     failed(path);
   };
   write(options.tablePath, TrackTableText(form.Spots, form.DlatUnit, form.TimeUnit, options.csv));

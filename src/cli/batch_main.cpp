@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <mutex>
 #include <sstream>
@@ -16,6 +15,7 @@
 #include "cli/BatchOptions.h"
 #include "cli/BatchRun.h"
 #include "cli/BatchSummary.h"
+#include "store/AtomicFile.h"
 
 #ifdef KINETRA_WITH_QT
 #include "cli/BatchQt.h"
@@ -103,11 +103,9 @@ int main(int argc, char** argv) {
   for (const BatchResult& result : results) failed |= !result.failures.empty();
   if (!options->summaryPath.empty()) {
     const std::string path = OutputPath(options->summaryPath, "summary", options->outDir);
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << SummaryText(results);
-    out.close();
-    if (!out) {
-      std::cerr << "kinetra-batch: failed: cannot write " << path << '\n';
+    const FileWriteResult written = WriteFileAtomically(path, SummaryText(results));
+    if (!written) {
+      std::cerr << "kinetra-batch: failed: " << written.error << '\n';
       failed = true;
     }
   }

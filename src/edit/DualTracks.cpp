@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <memory>
 #include <new>
@@ -38,12 +37,6 @@ void ClearPairing(SpotRec& t) {
   t.TimeToBind = 0;
   t.FramesBefore = 0;
   t.FramesAfter = 0;
-}
-
-// The whole text in one write, in text mode; false when any part of it fails.
-bool WriteText(std::FILE* file, const std::string& text) {
-  const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-  return std::fclose(file) == 0 && written;
 }
 
 }  // namespace
@@ -190,24 +183,29 @@ std::string TakeBindingTimes(TrackStore& store, const Settings& settings, Bindin
   return text;
 }
 
-bool SaveBindingTimes(TrackStore& store, const Settings& settings, BindingTime which,
-                      const std::string& path) {
+FileWriteResult SaveBindingTimes(TrackStore& store, const Settings& settings,
+                                 BindingTime which, const std::string& path) {
+  AtomicFile file(path);
+  if (!file.Open()) return file.Commit();
   // The flags as they were, to put back should the text not reach the disk.
   const int32_t count = store.NSpots;
   std::unique_ptr<uint8_t[]> saved(new (std::nothrow) uint8_t[2 * static_cast<size_t>(count) + 1]);
-  if (!saved) return false;
-  std::FILE* file = std::fopen(path.c_str(), "w");  // text mode
-  if (!file) return false;
+  if (!saved) {
+    file.Discard();
+    return {FileWriteResult::NotWritten, "Can not write " + path + ": out of memory"};
+  }
   for (int32_t i = 0; i < count; ++i) {
     saved[2 * i] = store[i].Valid;
     saved[2 * i + 1] = store[i].Selected;
   }
-  if (WriteText(file, TakeBindingTimes(store, settings, which))) return true;
+  file.Write(TakeBindingTimes(store, settings, which));
+  FileWriteResult result = file.Commit();
+  if (result) return result;
   for (int32_t i = 0; i < count; ++i) {
     store[i].Valid = saved[2 * i];
     store[i].Selected = saved[2 * i + 1];
   }
-  return false;
+  return result;
 }
 
 std::string GreenSpotsText(const TrackStore& store, GreenAlignment alignment) {
@@ -241,10 +239,11 @@ std::string GreenSpotsText(const TrackStore& store, GreenAlignment alignment) {
   return text;
 }
 
-bool SaveGreenSpots(const TrackStore& store, GreenAlignment alignment, const std::string& path) {
-  std::FILE* file = std::fopen(path.c_str(), "w");  // text mode
-  if (!file) return false;
-  return WriteText(file, GreenSpotsText(store, alignment));
+FileWriteResult SaveGreenSpots(const TrackStore& store, GreenAlignment alignment,
+                               const std::string& path) {
+  AtomicFile file(path);
+  if (file.Open()) file.Write(GreenSpotsText(store, alignment));
+  return file.Commit();
 }
 
 int32_t FirstFusedTrack(const TrackStore& store) {

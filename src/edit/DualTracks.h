@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "store/AtomicFile.h"
 #include "store/Settings.h"
 #include "store/TrackStore.h"
 
@@ -32,10 +33,10 @@ enum class BindingTime { BeforeBinding, Bound };
 // selected again as its line is written.
 std::string TakeBindingTimes(TrackStore& store, const Settings& settings, BindingTime which);
 
-// Opens `path`, then runs TakeBindingTimes and writes its text. False when the file
-// cannot be opened or written; the store is then as it was.
-bool SaveBindingTimes(TrackStore& store, const Settings& settings, BindingTime which,
-                      const std::string& path);
+// Opens `path`, then runs TakeBindingTimes and writes its text. When the file cannot be
+// created (NotOpened) or written whole (NotWritten) the store and the file are as they were.
+FileWriteResult SaveBindingTimes(TrackStore& store, const Settings& settings,
+                                 BindingTime which, const std::string& path);
 
 // The intensity traces of the "green" tracks (first half of their file), 50 columns a
 // line, aligned so that binding or splitting falls in column 25.
@@ -44,8 +45,9 @@ inline constexpr int kGreenColumns = 50;
 inline constexpr int kGreenAlignColumn = 25;
 
 std::string GreenSpotsText(const TrackStore& store, GreenAlignment alignment);
-// False when the file cannot be opened or written. Never changes the store.
-bool SaveGreenSpots(const TrackStore& store, GreenAlignment alignment, const std::string& path);
+// Written whole or not at all (see FileWriteResult). Never changes the store.
+FileWriteResult SaveGreenSpots(const TrackStore& store, GreenAlignment alignment,
+                               const std::string& path);
 
 // The first selected track whose partner points back at it, or -1.
 int32_t FirstFusedTrack(const TrackStore& store);

@@ -1,56 +1,21 @@
 #include "gui/QtBitmap.h"
 
+#include <QBuffer>
 #include <QFontMetrics>
 #include <QString>
 #include <algorithm>
 #include <cstdint>
+
+#include "gui/CanvasClip.h"
+#include "gui/QtFigure.h"
+
+using namespace canvas_clip;
 
 namespace {
 
 // Larger pictures are refused rather than allocated.
 constexpr int kMaxSide = 32767;
 constexpr int64_t kMaxBytes = int64_t{1} << 30;
-// Qt's rasteriser works in limited fixed point: shapes are clipped or skipped before
-// they reach it, and pen widths are kept sensible.
-constexpr int kMaxPenWidth = 1000;
-constexpr int kCoordLimit = 1 << 22;
-
-int ClampCoord(int v) { return std::clamp(v, -kCoordLimit, kCoordLimit); }
-
-// Clips the segment to the rectangle [lo, hi] in both axes (Liang-Barsky); false when
-// nothing of it is inside.
-bool ClipSegment(double& x1, double& y1, double& x2, double& y2, double lo_x, double lo_y,
-                 double hi_x, double hi_y) {
-  double t0 = 0, t1 = 1;
-  const double dx = x2 - x1, dy = y2 - y1;
-  const double p[4] = {-dx, dx, -dy, dy};
-  const double q[4] = {x1 - lo_x, hi_x - x1, y1 - lo_y, hi_y - y1};
-  for (int i = 0; i < 4; ++i) {
-    if (p[i] == 0) {
-      if (q[i] < 0) return false;
-      continue;
-    }
-    const double t = q[i] / p[i];
-    if (p[i] < 0)
-      t0 = std::max(t0, t);
-    else
-      t1 = std::min(t1, t);
-    if (t0 > t1) return false;
-  }
-  const double ox = x1, oy = y1;
-  x1 = ox + t0 * dx;
-  y1 = oy + t0 * dy;
-  x2 = ox + t1 * dx;
-  y2 = oy + t1 * dy;
-  return true;
-}
-
-// Corners in any order to a rectangle covering x1..x2-1, y1..y2-1.
-QRect Box(int x1, int y1, int x2, int y2) {
-  const int left = ClampCoord(std::min(x1, x2)), right = ClampCoord(std::max(x1, x2));
-  const int top = ClampCoord(std::min(y1, y2)), bottom = ClampCoord(std::max(y1, y2));
-  return QRect(left, top, right - left, bottom - top);
-}
 
 std::unique_ptr<Bitmap> MakeQtBitmap(int width, int height) {
   auto bitmap = std::make_unique<QtBitmap>(width, height);
@@ -69,7 +34,10 @@ TColor FromQRgb(QRgb rgb) {
          (static_cast<TColor>(qBlue(rgb)) << 16);
 }
 
-void InstallQtBitmapFactory() { SetBitmapFactory(&MakeQtBitmap); }
+void InstallQtBitmapFactory() {
+  SetBitmapFactory(&MakeQtBitmap);
+  InstallQtFigureFactory();
+}
 
 // --- QtCanvas
 
@@ -79,16 +47,17 @@ QtCanvas::~QtCanvas() { End(); }
 
 void QtCanvas::End() { painter_.reset(); }
 
-QFont QtCanvas::Font() const {
-  QFont font(QString::fromStdString(fontName_));
+QFont ChartFont(const std::string& name, int points, bool bold) {
+  QFont font(QString::fromStdString(name));
   font.setStyleHint(QFont::SansSerif);
   // Points at 96 dots per inch, rounded like the platform's MulDiv, so that the size in
   // pixels does not depend on the paint device.
-  const int points = std::clamp(fontPoints_, 1, 500);
-  font.setPixelSize((points * 96 + 36) / 72);
-  font.setBold(bold_);
+  font.setPixelSize((std::clamp(points, 1, 500) * 96 + 36) / 72);
+  font.setBold(bold);
   return font;
 }
+
+QFont QtCanvas::Font() const { return ChartFont(fontName_, fontPoints_, bold_); }
 
 QPen QtCanvas::Pen() const {
   QPen pen(ToQColor(pen_));
@@ -334,7 +303,10 @@ void QtBitmap::SetPixel(int x, int y, TColor color) {
   p[2] = (color >> 16) & 0xFF;
 }
 
-bool QtBitmap::SavePng(const std::string& path) const {
-  if (image_.isNull()) return false;
-  return Image().save(QString::fromUtf8(path.data(), static_cast<qsizetype>(path.size())), "PNG");
+std::string QtBitmap::EncodePng() const {
+  if (image_.isNull()) return {};
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  if (!buffer.open(QIODevice::WriteOnly) || !Image().save(&buffer, "PNG")) return {};
+  return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
 }

@@ -73,7 +73,7 @@ class QtBitmap : public Bitmap {
   Canvas& GetCanvas() override { return canvas_; }
   TColor Pixel(int x, int y) const override;
   void SetPixel(int x, int y, TColor color) override;
-  bool SavePng(const std::string& path) const override;
+  std::string EncodePng() const override;
 
   // The finished picture (pending painting is completed first).
   const QImage& Image() const;
@@ -87,7 +87,11 @@ class QtBitmap : public Bitmap {
 };
 
 QColor ToQColor(TColor color);
+// The chart's font: the named face (or the sans-serif fallback) at `points` on a
+// 96-dpi screen, as a pixel size, so every paint device measures it alike.
+QFont ChartFont(const std::string& name, int points, bool bold);
 TColor FromQRgb(QRgb rgb);
 
-// Makes QtBitmap the bitmap of every chart (see SetBitmapFactory).
+// Makes Qt draw every chart: QtBitmap for bitmaps (see SetBitmapFactory), and the PDF and
+// SVG figures (see SetVectorFigureFactory).
 void InstallQtBitmapFactory();

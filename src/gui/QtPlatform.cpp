@@ -16,14 +16,16 @@ namespace {
 
 QString ToQt(const std::string& text) { return QString::fromStdString(text); }
 
-// "Description|*.ext" becomes Qt's "Description (*.ext)".
+// "Description|*.ext", one pair per choice, becomes Qt's "Description (*.ext);;...".
 QString QtFilter(const std::string& filter) {
-  const size_t bar = filter.find('|');
-  if (bar == std::string::npos) return ToQt(filter);
-  std::string description = filter.substr(0, bar);
-  const std::string pattern = filter.substr(bar + 1);
-  if (description.find(pattern) == std::string::npos) description += " (" + pattern + ")";
-  return ToQt(description);
+  const QStringList parts = ToQt(filter).split('|');
+  QStringList choices;
+  for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+    QString description = parts[i];
+    if (!description.contains(parts[i + 1])) description += " (" + parts[i + 1] + ")";
+    choices << description;
+  }
+  return choices.isEmpty() ? ToQt(filter) : choices.join(";;");
 }
 
 QPrinter& SharedPrinter() {
@@ -69,6 +71,11 @@ std::optional<std::string> QtPlatform::SaveFileDialog(const FileDialog& dialog) 
   QFileDialog box(parent_, ToQt(dialog.title), QString(), QtFilter(dialog.filter));
   box.setAcceptMode(QFileDialog::AcceptSave);
   box.setDefaultSuffix(ToQt(dialog.defaultExt));
+  // A name typed without extension takes the one of the format chosen in the filter.
+  QObject::connect(&box, &QFileDialog::filterSelected, &box, [&box](const QString& chosen) {
+    const qsizetype star = chosen.lastIndexOf("*.");
+    if (star >= 0) box.setDefaultSuffix(chosen.mid(star + 2).section(')', 0, 0).section(' ', 0, 0));
+  });
   if (!dialog.promptOverwrite) box.setOption(QFileDialog::DontConfirmOverwrite);
   if (box.exec() != QDialog::Accepted || box.selectedFiles().isEmpty()) return std::nullopt;
   return box.selectedFiles().front().toStdString();

@@ -41,6 +41,11 @@ class Canvas {
   virtual void TextOut(int x, int y, const std::string& text) = 0;  // UTF-8
   virtual int TextWidth(const std::string& text) = 0;
   virtual int TextHeight(const std::string& text) = 0;
+  // Text turned a quarter to the left, reading from bottom to top, with the top-left
+  // corner of its (turned) cell at (x, y): the cell spans x .. x + TextHeight to the right
+  // and y - TextWidth .. y upward. False when this canvas cannot turn text, as bitmaps
+  // cannot: the chart then copies the pixels of horizontal text instead.
+  virtual bool TextOutUpward(int /*x*/, int /*y*/, const std::string& /*text*/) { return false; }
 
   // Pixels outside the surface read as black and are not written.
   virtual TColor GetPixel(int x, int y) = 0;
@@ -67,8 +72,8 @@ class Bitmap {
   // Pixel access in BGR order; outside the bitmap: black (read) and ignored (write).
   virtual TColor Pixel(int x, int y) const = 0;
   virtual void SetPixel(int x, int y, TColor color) = 0;
-  // Writes a compressed PNG file; false when this kind of bitmap cannot or the file fails.
-  virtual bool SavePng(const std::string& /*path*/) const { return false; }
+  // The picture as a PNG file's bytes; empty when this kind of bitmap cannot encode it.
+  virtual std::string EncodePng() const { return {}; }
 };
 
 // The column (or row) of a stretched copy's source that destination offset i reads, for a

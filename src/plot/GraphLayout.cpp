@@ -29,8 +29,8 @@ PenStyle TickPenStyle(int type) {
 }  // namespace
 
 void TQVgraph::CalcLayout() {
-  if (!EnsureBitmap()) return;
-  Canvas& canvas = Bitmap->GetCanvas();
+  if (!surface_ && !EnsureBitmap()) return;
+  Canvas& canvas = *Surface();
 
   // The right-axis flag is brought up to date before the bounds, so that the first
   // draw after a series moves to the right axis already has that axis' ticks.
@@ -59,8 +59,8 @@ void TQVgraph::CalcLayout() {
                     ? WidestLabel(canvas, Y1TickFirst, Y1TickLast, TickY1dist) + LineHeight
                     : 0;
 
-  PlotRight = Bitmap->Width() - RightMargin;
-  PlotBottom = Bitmap->Height() - 2 * LineHeight;
+  PlotRight = SurfaceWidth() - RightMargin;
+  PlotBottom = SurfaceHeight() - 2 * LineHeight;
   for (const std::string& note : Notes)
     if (!note.empty()) PlotBottom -= LineHeight;
 
@@ -71,7 +71,7 @@ void TQVgraph::CalcLayout() {
 
 void TQVgraph::DrawTickLabelsY(double tickFirst, double first, double scale, double dist,
                                bool right) {
-  Canvas& canvas = Bitmap->GetCanvas();
+  Canvas& canvas = *Surface();
   double p = PlotBottom - (tickFirst - first) * scale;
   double t = tickFirst;
   for (int drawn = 0; p > 5 && drawn < kMaxTicksDrawn; ++drawn) {
@@ -86,7 +86,7 @@ void TQVgraph::DrawTickLabelsY(double tickFirst, double first, double scale, dou
 void TQVgraph::DrawTickLinesY(double tickFirst, double first, double scale, double dist,
                               int type, TColor color) {
   if (type == TickNone) return;
-  Canvas& canvas = Bitmap->GetCanvas();
+  Canvas& canvas = *Surface();
   canvas.SetPenColor(color);
   canvas.SetPenStyle(TickPenStyle(type));
   double p = PlotBottom - (tickFirst - first) * scale;
@@ -97,15 +97,18 @@ void TQVgraph::DrawTickLinesY(double tickFirst, double first, double scale, doub
   }
 }
 
-// The canvas has no rotated text: the title is written horizontally into a scratch strip
-// below the plot and copied pixel by pixel, so that it reads from bottom to top in the
-// columns starting at `firstColumn`; then the strip is cleared again.
+// The title reads from bottom to top in the columns starting at `firstColumn`. A canvas
+// that turns text draws it so; on a bitmap it is written horizontally into a scratch strip
+// below the plot and copied pixel by pixel, and then the strip is cleared again.
 void TQVgraph::DrawRotatedTitle(const std::string& title, int firstColumn, bool right) {
-  Canvas& canvas = Bitmap->GetCanvas();
+  Canvas& canvas = *Surface();
   const int top = PlotBottom + LineHeight;
-  canvas.TextOut(1, top, title);
   const int w = canvas.TextWidth(title);
   const int centre = PlotBottom / 2 + w / 2;
+  // Source column i of the strip lands on row centre - i, so the text's left edge (column
+  // 1) meets row centre.
+  if (canvas.TextOutUpward(firstColumn, centre, title)) return;
+  canvas.TextOut(1, top, title);
   const int end = PlotBottom + 2 * LineHeight - (right ? 3 : 1);
   int column = firstColumn;
   for (int y = top; y < end; ++y, ++column)
@@ -115,10 +118,10 @@ void TQVgraph::DrawRotatedTitle(const std::string& title, int firstColumn, bool 
 }
 
 void TQVgraph::DrawFrame(bool clear) {
-  if (!Bitmap) return;
-  Canvas& canvas = Bitmap->GetCanvas();
-  const int width = Bitmap->Width();
-  const int height = Bitmap->Height();
+  if (!Surface()) return;
+  Canvas& canvas = *Surface();
+  const int width = SurfaceWidth();
+  const int height = SurfaceHeight();
 
   canvas.SetBrushStyle(BrushStyle::Solid);
   canvas.SetBrushColor(PanelColor);

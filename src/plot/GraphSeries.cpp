@@ -13,8 +13,8 @@ constexpr double kNoCircleBelow = -1e8;  // below this not even the circle is dr
 }  // namespace
 
 void TQVgraph::DrawAllSeries() {
-  if (!Bitmap || !Data) return;
-  Canvas& canvas = Bitmap->GetCanvas();
+  if (!Surface() || !Data) return;
+  Canvas& canvas = *Surface();
   FirstOut = DataFirst;
   LastOut = DataEnd;
   const int xOff = XOffset();
@@ -83,8 +83,8 @@ void TQVgraph::DrawAllSeries() {
   }
 
   if (CrossOut) {
-    const int width = Bitmap->Width();
-    const int height = Bitmap->Height();
+    const int width = SurfaceWidth();
+    const int height = SurfaceHeight();
     canvas.SetPenColor(Colors::Black);
     canvas.SetPenWidth(5);
     canvas.MoveTo(10, 10);
@@ -97,8 +97,8 @@ void TQVgraph::DrawAllSeries() {
 }
 
 void TQVgraph::DrawSeries(int k, int from, int to, double scale, int xOff, int yBase) {
-  if (!Bitmap) return;
-  Canvas& canvas = Bitmap->GetCanvas();
+  if (!Surface()) return;
+  Canvas& canvas = *Surface();
   const SeriesRec& series = Series[std::clamp(k, 0, kMaxSeries)];
   canvas.SetPenColor(series.Color);
   canvas.SetBrushStyle(BrushStyle::Clear);
@@ -199,9 +199,9 @@ void TQVgraph::DrawSeries(int k, int from, int to, double scale, int xOff, int y
 }
 
 void TQVgraph::DrawMarks(int k, int from, int to, double /*scale*/, int xOff, int /*yBase*/) {
-  if (!Bitmap) return;
+  if (!Surface()) return;
   if (from < 0 || to > Stride || k < 0 || k >= RowCount()) return;
-  Canvas& canvas = Bitmap->GetCanvas();
+  Canvas& canvas = *Surface();
   // The average point spacing; X at `to` is read one past the range, as by the clipping.
   int s = 1;
   if (to > from) s = PixelTrunc((XProbe(to) * XScale - XProbe(from) * XScale) / (to - from));

@@ -1,6 +1,5 @@
 #include "plot/Picture.h"
 
-#include <cstdio>
 #include <new>
 
 #include "plot/Canvas.h"
@@ -90,12 +89,9 @@ std::vector<uint8_t> EncodeBmp24(const Bitmap& bitmap) {
   return bytes;
 }
 
-bool WriteBmp24(const Bitmap& bitmap, const std::string& path) {
+FileWriteResult WriteBmp24(const Bitmap& bitmap, const std::string& path) {
   const std::vector<uint8_t> bytes = EncodeBmp24(bitmap);
-  if (bytes.empty()) return false;
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  if (!file) return false;
-  const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-  const bool closed = std::fclose(file) == 0;
-  return written && closed;
+  if (bytes.empty()) return {FileWriteResult::NotWritten, "Can not write " + path + ": no picture"};
+  return WriteFileAtomically(
+      path, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }

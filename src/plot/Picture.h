@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "store/AtomicFile.h"
+
 class Bitmap;
 
 // One picture of clientWidth x height that looks like the two panels side by side: the
@@ -24,5 +26,5 @@ bool DibSizes(const Bitmap& bitmap, size_t& headerSize, size_t& pixelSize);
 
 // The complete 24-bit BMP file (bottom-up rows, BGR bytes); empty when DibSizes fails.
 std::vector<uint8_t> EncodeBmp24(const Bitmap& bitmap);
-// Writes EncodeBmp24 to `path`; false when nothing could be written.
-bool WriteBmp24(const Bitmap& bitmap, const std::string& path);
+// Writes EncodeBmp24 to `path`, whole or not at all.
+FileWriteResult WriteBmp24(const Bitmap& bitmap, const std::string& path);

@@ -29,11 +29,29 @@ bool TQVgraph::EnsureBitmap() {
   if (Bitmap) return true;
   Bitmap = NewBitmap(kInitialWidth, kInitialHeight);
   if (!Bitmap) return false;
-  Canvas& canvas = Bitmap->GetCanvas();
+  PrepareCanvas(Bitmap->GetCanvas());
+  return true;
+}
+
+void TQVgraph::PrepareCanvas(Canvas& canvas) {
   // Spelled so on purpose: no such face exists, and the platform falls back to its default.
   canvas.SetFontName("Areal");
   canvas.SetPenColor(Colors::Black);
-  return true;
+}
+
+Canvas* TQVgraph::Surface() {
+  if (surface_) return surface_;
+  return Bitmap ? &Bitmap->GetCanvas() : nullptr;
+}
+
+int TQVgraph::SurfaceWidth() const {
+  if (surface_) return surfaceWidth_;
+  return Bitmap ? Bitmap->Width() : 0;
+}
+
+int TQVgraph::SurfaceHeight() const {
+  if (surface_) return surfaceHeight_;
+  return Bitmap ? Bitmap->Height() : 0;
 }
 
 bool TQVgraph::SetBitmapSize(int width, int height) {
@@ -101,6 +119,21 @@ void TQVgraph::DrawGraph() {
   CalcLayout();
   DrawFrame(true);
   if (HasData) DrawAllSeries();
+}
+
+void TQVgraph::DrawOnto(Canvas& canvas, int width, int height) {
+  if (!CheckRanges()) {
+    Beep();
+    return;
+  }
+  PrepareCanvas(canvas);
+  surface_ = &canvas;
+  surfaceWidth_ = std::max(width, 0);
+  surfaceHeight_ = std::max(height, 0);
+  CalcLayout();
+  DrawFrame(true);
+  if (HasData) DrawAllSeries();
+  surface_ = nullptr;
 }
 
 void TQVgraph::Paint() {

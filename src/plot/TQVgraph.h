@@ -109,6 +109,10 @@ class TQVgraph {
   void DrawAllSeries();
   void DrawSeries(int k, int from, int to, double scale, int xOff, int yBase);
   void DrawMarks(int k, int from, int to, double scale, int xOff, int yBase);
+  // Draws the chart as DrawGraph does, onto `canvas` (a vector figure's) as if it were a
+  // bitmap of width x height; the bitmap itself is not touched. The layout fields come out
+  // as DrawGraph leaves them when the canvas measures text as the bitmap does.
+  void DrawOnto(Canvas& canvas, int width, int height);
   // Cursor read-out at a mouse position, from the last layout.
   bool PickValues(int mouseX, int mouseY);
 
@@ -126,6 +130,11 @@ class TQVgraph {
   float* Row(int r) const { return Data + static_cast<size_t>(r) * Stride; }
 
  private:
+  // Where the drawing steps draw: DrawOnto's canvas while it runs, else the bitmap's.
+  Canvas* Surface();
+  int SurfaceWidth() const;
+  int SurfaceHeight() const;
+  void PrepareCanvas(Canvas& canvas);
   int RowCount() const;
   int ShownSeriesCount() const;
   // Element i of row r; 0 when it lies outside the matrix.
@@ -137,4 +146,7 @@ class TQVgraph {
   void DrawTickLinesY(double tickFirst, double first, double scale, double dist, int type,
                       TColor color);
   void DrawRotatedTitle(const std::string& title, int firstColumn, bool right);
+
+  Canvas* surface_ = nullptr;
+  int surfaceWidth_ = 0, surfaceHeight_ = 0;
 };

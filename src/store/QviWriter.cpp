@@ -1,12 +1,11 @@
 #include "store/QviWriter.h"
 
-#include <cstdio>
-
 #include "store/QviFormat.h"
 
-bool WriteSelectedTracks(const std::string& path, const TrackStore& store, bool format2016) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  if (!file) return false;
+FileWriteResult WriteSelectedTracks(const std::string& path, const TrackStore& store,
+                                    bool format2016) {
+  AtomicFile file(path);
+  if (!file.Open()) return file.Commit();
   for (int32_t i = 0; i < store.NSpots; ++i) {
     const SpotRec& t = store[i];
     if (t.Valid != 1 || t.Selected != 1) continue;
@@ -16,9 +15,11 @@ bool WriteSelectedTracks(const std::string& path, const TrackStore& store, bool 
     header.posY = t.PosY;
     header.nPoints = t.NPoints;
     header.firstFrame = t.FirstFrame;
-    // Write errors after the file is open are not reported.
-    WritePlanarBlock(file, header, t.Int.data(), t.X.data(), t.Y.data());
+    // Commit then reports the failure and leaves the target as it was.
+    if (!WritePlanarBlock(file.Stream(), header, t.Int.data(), t.X.data(), t.Y.data())) {
+      file.MarkFailed();
+      break;
+    }
   }
-  std::fclose(file);
-  return true;
+  return file.Commit();
 }

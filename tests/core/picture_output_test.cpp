@@ -83,7 +83,8 @@ TEST(PictureOutput, SaveAsBMPWritesTheComposedPicture) {
   ASSERT_TRUE(form.RunCommand("SaveAsBMP"));
   ASSERT_EQ(platform.dialogs.size(), 1u);
   EXPECT_EQ(platform.dialogs[0].filter + "|" + platform.dialogs[0].defaultExt,
-            "Bitmaps (*.bmp)|*.bmp|bmp");
+            "Bitmaps (*.bmp)|*.bmp|PNG pictures (*.png)|*.png|PDF documents (*.pdf)|*.pdf|"
+            "SVG drawings (*.svg)|*.svg|bmp");
   EXPECT_TRUE(platform.dialogs[0].promptOverwrite);
   const std::string bytes = ReadFile(path);
   const std::vector<uint8_t> b(bytes.begin(), bytes.end());

@@ -6,6 +6,7 @@
 
 #include "FakePlatform.h"
 #include "QtTestApp.h"
+#include "store/AtomicFile.h"
 
 static int CountDark(const Bitmap& b, int x1, int y1, int x2, int y2) {
   int n = 0;
@@ -61,7 +62,7 @@ TEST_F(PictureRender, TestChartWithEveryStyle) {
 
   const Bitmap& b = *g.Bitmap;
   const std::string path = OutPath("test_chart.png");
-  ASSERT_TRUE(b.SavePng(path)) << path;
+  ASSERT_TRUE(WriteFileAtomically(path, b.EncodePng())) << path;
   QImage back(QString::fromStdString(path));
   EXPECT_EQ(back.size(), QSize(900, 600));
   // Not blank: the series colours are there, drawn without smoothing.
