@@ -134,14 +134,14 @@ struct PopulationPlan {
   double intensityNoise = 5;
   double localisationNoise = 0;  // µm
   double fieldSize = 50;         // µm, square field the tracks start in
-  StageDrift drift;
   // Non-empty: `tracks` particles moving in these Brownian states (D, share) instead
   // of the single tracks and pairs above (see StateTracks.h); seed, dT, localisation
   // noise, field, intensity and drift apply.
-  std::vector<std::pair<double, double>> states;
-  std::vector<double> switchRates;  // 1/s, K x K row-major; empty: no switching
-  double meanPoints = 5;            // mean track length of state tracks, >= 2
-  double focalDepth = 0;            // µm; > 0: tracks end where particles leave the slice
+  std::vector<std::pair<double, double>> states = {};
+  std::vector<double> switchRates = {};  // 1/s, K x K row-major; empty: none
+  double meanPoints = 5;  // mean track length of state tracks, >= 2
+  double focalDepth = 0;  // µm; > 0: tracks end where particles leave the slice
+  StageDrift drift;
 };
 
 // The mixed preset: 340 single tracks (Brownian at D = 0.01, 0.05 and 0.15, directed

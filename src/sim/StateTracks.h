@@ -14,10 +14,10 @@ struct DiffusiveState {
 };
 
 struct StateTrackPlan {
-  std::vector<DiffusiveState> states;  // fractions are taken relative to their sum
+  std::vector<DiffusiveState> states = {};  // fractions are taken relative to their sum
   // Rates in 1/s of switching from state i to j at [i * K + j] (the diagonal is
   // ignored); empty: no switching.
-  std::vector<double> switchRates;
+  std::vector<double> switchRates = {};
   int32_t particles = 1000;
   double meanPoints = 5;  // mean track length, >= 2; lengths are 2 + a geometric count
   double dT = 0.03;

@@ -20,7 +20,7 @@ constexpr int64_t kStartJumps = 25000;
 // well-determined estimate by a small part of its standard error; only redundant states
 // (two splitting one) creep on longer, along a ridge that changes nothing of note.
 constexpr MixtureFitter::Limits kStartLimits{1e-5, 1e-3, 200}, kFinalLimits{1e-7, 1e-3, 60},
-    kBootstrapLimits{1e-5, 1e-3, 60};
+    kBootstrapLimits{1e-5, 1e-3, 25};
 constexpr double kMinSigma2 = 1e-12;  // µm²: a floor that keeps all-zero jumps finite
 
 struct Inputs {
