@@ -109,7 +109,8 @@ std::vector<std::string> SplitList(const std::string& option, const std::string&
   size_t from = 0;
   for (;;) {
     const size_t comma = text.find(',', from);
-    items.push_back(text.substr(from, comma == std::string::npos ? std::string::npos : comma - from));
+    items.push_back(
+        text.substr(from, comma == std::string::npos ? std::string::npos : comma - from));
     if (comma == std::string::npos) break;
     from = comma + 1;
   }
@@ -245,7 +246,8 @@ Options ParseOptions(const std::vector<std::string>& args) {
   if (o.out.empty()) throw Failure{"--out FILE is required (see --help)"};
   if (!s.switchRates.empty()) {
     const size_t K = s.states.size();
-    if (s.switchRates.size() != K * (K - 1) || K < 2)
+    if (K < 2) throw Failure{"--switch-rates needs --states with two states or more"};
+    if (s.switchRates.size() != K * (K - 1))
       throw Failure{"--switch-rates: expected " + std::to_string(K * (K - 1)) +
                     " rates for " + std::to_string(K) + " --states, got " +
                     std::to_string(s.switchRates.size())};

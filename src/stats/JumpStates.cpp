@@ -15,7 +15,7 @@
 namespace {
 
 // Starts are tried on at most about this many jumps; the best is then refined on all.
-constexpr int64_t kStartJumps = 25000;
+constexpr int64_t kStartJumps = 12000;
 // A fit stops where a cycle gains less than 1e-3 in log-likelihood, which moves a
 // well-determined estimate by a small part of its standard error; only redundant states
 // (two splitting one) creep on longer, along a ridge that changes nothing of note.

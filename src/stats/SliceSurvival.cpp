@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int32_t kMinLayers = 128, kMaxLayers = 2048;
+constexpr int32_t kMinLayers = 128, kMaxLayers = 1024;
 constexpr int32_t kExactFrames = 256;
 
 // Second antiderivative of the Gaussian step density of SD s: its second difference
@@ -28,25 +28,25 @@ void SliceSurvival(double D, double dT, double depth, int32_t maxFrames, double*
   if (!(s > 0) || !std::isfinite(s) || !(depth > 0) || !std::isfinite(depth)) return;
 
   // Layers thin against the step, so the density within one stays nearly flat.
-  const int32_t kLayers =
-      static_cast<int32_t>(std::clamp(std::ceil(3 * depth / s), double{kMinLayers}, double{kMaxLayers}));
-  const double h = depth / kLayers;
+  const int32_t layers = static_cast<int32_t>(
+      std::clamp(std::ceil(3 * depth / s), double{kMinLayers}, double{kMaxLayers}));
+  const double h = depth / layers;
   std::vector<double> kernel;  // chance to land d layers away, d = 0, 1, ...
-  for (int32_t d = 0; d < kLayers; ++d) {
+  for (int32_t d = 0; d < layers; ++d) {
     const double k =
         std::max((Psi((d + 1) * h, s) - 2 * Psi(d * h, s) + Psi((d - 1) * h, s)) / h, 0.0);
-    if (d > 0 && k < 1e-300) break;
+    if (d > 0 && k < 1e-17 * kernel[0]) break;  // adds nothing to a sum of order 1
     kernel.push_back(k);
   }
   const int32_t reach = static_cast<int32_t>(kernel.size()) - 1;
 
-  std::vector<double> density(kLayers, 1.0 / kLayers), next(kLayers);
+  std::vector<double> density(layers, 1.0 / layers), next(layers);
   const int32_t exact = std::min(maxFrames, kExactFrames);
   for (int32_t n = 1; n <= exact; ++n) {
     double total = 0;
-    for (int32_t j = 0; j < kLayers; ++j) {
+    for (int32_t j = 0; j < layers; ++j) {
       double v = 0;
-      for (int32_t k = std::max(0, j - reach); k <= std::min(kLayers - 1, j + reach); ++k)
+      for (int32_t k = std::max(0, j - reach); k <= std::min(layers - 1, j + reach); ++k)
         v += density[k] * kernel[std::abs(j - k)];
       next[j] = v;
       total += v;

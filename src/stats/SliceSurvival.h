@@ -8,9 +8,10 @@
 #include <vector>
 
 // survival[n] = probability of being inside at every frame 0 .. n, for n = 0 .. maxFrames
-// (survival[0] = 1). The slab is cut into layers (at least three per step SD) and the z density carried from
-// frame to frame with the Gaussian step averaged over each layer; past 256 frames the
-// decay goes on at its last rate. D <= 0 or depth <= 0 (no slab) gives 1 everywhere.
+// (survival[0] = 1). The slab is cut into layers (at least three per step SD) and the
+// z density carried from frame to frame with the Gaussian step averaged over each layer;
+// past 256 frames the decay goes on at its last rate. D <= 0 or depth <= 0 (no slab)
+// gives 1 everywhere.
 void SliceSurvival(double D, double dT, double depth, int32_t maxFrames, double* survival);
 
 // log SliceSurvival for any D, interpolated (cubic, in log of the step size over the
