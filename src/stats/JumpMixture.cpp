@@ -35,8 +35,10 @@ double LogSumExp(const double* v, int32_t n) {
   return m + std::log(s);
 }
 
-// logShare[c * K + i] = log of state i's share of class c's jumps: F_i alone, or with
-// the slice correction F_i S_i(end) over the sum of F_j S_j(end).
+// logShare[c * K + i] = log of state i's share of the jumps of class c that the fit sees:
+// F_i alone, or, with the slice correction or the cut at maxR2, F_i S_i(end) T_i(lag)
+// over the sum of those, S the survival in the slice and T the share of a state's jumps
+// below the cut. The fractions F thus stay those of all jumps the states make.
 void LogShares(const JumpClasses& classes, const MixtureSetup& setup, const MixtureModel& m,
                std::vector<double>& logShare) {
   const int32_t K = m.K, C = classes.Classes();
@@ -44,6 +46,7 @@ void LogShares(const JumpClasses& classes, const MixtureSetup& setup, const Mixt
   double logF[kK];
   for (int32_t i = 0; i < K; ++i) logF[i] = m.F[i] > 0 ? std::log(m.F[i]) : kMinusInf;
   const bool slab = setup.survival && K > 1 && setup.survival->MaxFrames() >= classes.maxEnd;
+  const bool cut = setup.maxR2 > 0 && K > 1;
   std::vector<double> logS[kK];
   if (slab)
     for (int32_t i = 0; i < K; ++i) {
@@ -52,10 +55,14 @@ void LogShares(const JumpClasses& classes, const MixtureSetup& setup, const Mixt
     }
   for (int32_t c = 0; c < C; ++c) {
     double* out = &logShare[static_cast<size_t>(c) * K];
-    for (int32_t i = 0; i < K; ++i) out[i] = logF[i] + (slab ? logS[i][classes.end[c]] : 0.0);
-    if (!slab) continue;
+    for (int32_t i = 0; i < K; ++i) {
+      out[i] = logF[i];
+      if (slab) out[i] += logS[i][classes.end[c]];
+      if (cut) out[i] += LogKept(setup.maxR2 / (4 * (m.D[i] * classes.lag[c] * setup.dT + m.s)));
+    }
+    if (!slab && !cut) continue;
     const double norm = LogSumExp(out, K);
-    // A class no state can reach (all survivals underflow) keeps the plain fractions.
+    // A class no state can reach (every share underflows) keeps the plain fractions.
     for (int32_t i = 0; i < K; ++i) out[i] = norm > kMinusInf ? out[i] - norm : logF[i];
   }
 }
@@ -116,8 +123,9 @@ double SpreadObjective(unsigned n, const double* y, double* grad, void* data) {
   return std::isfinite(value) ? value : std::numeric_limits<double>::max();
 }
 
-// With the slice correction the shares depend on D too, so fractions, D and sigma² are
-// found together (fractions as stick-breaking shares, each in [0, 1]).
+// With the slice correction or the cut the shares depend on D and sigma² too, so
+// fractions, D and sigma² are found together (fractions as stick-breaking shares, each
+// in [0, 1]).
 struct JointProblem {
   SpreadProblem spread;
   const JumpClasses* classes = nullptr;
@@ -425,7 +433,7 @@ void MixtureFitter::MStep(const Sums& sums, MixtureModel& m) const {
   spread.sScale = setup_.aRef;
   spread.fitSigma = setup_.fitSigma;
   spread.sFixed = m.s;
-  const bool joint = setup_.survival && K > 1;
+  const bool joint = (setup_.survival || setup_.maxR2 > 0) && K > 1;
 
   // Variables: [sticks (joint only)], D / Dscale, [sigma² / sScale].
   double y[2 * kK + 1], lo[2 * kK + 1], hi[2 * kK + 1], step[2 * kK + 1];

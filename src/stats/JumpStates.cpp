@@ -85,6 +85,16 @@ MixtureModel BestOfStarts(const Inputs& in, const JumpClasses& few, std::vector<
   return SortedBySpeed(best);
 }
 
+// The model with one state more that describes the jumps exactly as `m` does: its
+// fastest state split in two halves.
+MixtureModel Split(const MixtureModel& m) {
+  MixtureModel more = m;
+  more.K = m.K + 1;
+  more.F[m.K - 1] = more.F[m.K] = m.F[m.K - 1] / 2;
+  more.D[m.K] = m.D[m.K - 1];
+  return more;
+}
+
 void FillModel(JumpModel& out, const MixtureModel& m, double ll, int64_t jumps, bool sigmaFitted) {
   out.states = m.K;
   for (int32_t i = 0; i < m.K; ++i) {
@@ -304,23 +314,28 @@ JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options)
 
   // One state: the line start is close; EM then needs a cycle or two.
   MixtureModel one = OneStateStart(in.classes, setup, fixedS);
-  const double ll1 =
-      MixtureFitter(in.classes, setup).Fit(one, nullptr, pool, kFinalLimits);
+  const double ll1 = MixtureFitter(in.classes, setup).Fit(one, nullptr, pool, kFinalLimits);
   FillModel(result.models[0], one, ll1, in.jumps, setup.fitSigma);
 
   const double D = std::max(one.D[0], 1e-3 * setup.aRef / setup.dT), s = one.s;
   double ll2 = 0, ll3 = 0;
-  const MixtureModel two = BestOfStarts(in, startData,
-                                        {Model(2, {0.5, 0.5}, {0.02 * D, 1.5 * D}, s),
-                                         Model(2, {0.3, 0.7}, {0.005 * D, 1.2 * D}, s),
-                                         Model(2, {0.5, 0.5}, {0.2 * D, 2.5 * D}, s),
-                                         Model(2, {0.7, 0.3}, {0.5 * D, 4 * D}, s)},
-                                        pool, ll2);
+  MixtureModel two = BestOfStarts(in, startData,
+                                  {Model(2, {0.5, 0.5}, {0.02 * D, 1.5 * D}, s),
+                                   Model(2, {0.3, 0.7}, {0.005 * D, 1.2 * D}, s),
+                                   Model(2, {0.5, 0.5}, {0.2 * D, 2.5 * D}, s),
+                                   Model(2, {0.7, 0.3}, {0.5 * D, 4 * D}, s)},
+                                  pool, ll2);
+  // More states never describe the jumps worse: where the fit stopped short of the
+  // fewer states' likelihood, the split model stands in.
+  if (!(ll2 >= ll1)) {
+    two = Split(one);
+    ll2 = ll1;
+  }
   FillModel(result.models[1], two, ll2, in.jumps, setup.fitSigma);
 
   const double Da = std::max(two.D[0], 1e-4 * D), Db = std::max(two.D[1], Da * 1.5);
   const double Fa = two.F[0], Fb = two.F[1];
-  const MixtureModel three = BestOfStarts(
+  MixtureModel three = BestOfStarts(
       in, startData,
       {Model(3, {Fa, Fb / 2, Fb / 2}, {Da, std::sqrt(Da * Db), Db}, s),
        Model(3, {Fa, Fb / 2, Fb / 2}, {Da, 0.6 * Db, 2 * Db}, s),
@@ -328,6 +343,10 @@ JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options)
        Model(3, {0.3, 0.3, 0.4}, {0.01 * D, 0.5 * D, 3 * D}, s),
        Model(3, {0.4, 0.3, 0.3}, {0.003 * D, 0.2 * D, 1.5 * D}, s)},
       pool, ll3);
+  if (!(ll3 >= ll2)) {
+    three = SortedBySpeed(Split(two));
+    ll3 = ll2;
+  }
   FillModel(result.models[2], three, ll3, in.jumps, setup.fitSigma);
 
   // The fewest states unless more lower the BIC.

@@ -25,11 +25,13 @@ struct JumpFitOptions {
   // (see SliceSurvival.h): the fractions are then those of all jumps the states would
   // make in view of an endless slab. 0: no correction.
   double focalDepth = 0;
-  double maxJump = 0;   // µm; > 0: longer jumps are left out and the densities cut there
+  // µm; > 0: longer jumps (mislinks) are left out and the densities cut there; the
+  // fractions still count each state's jumps beyond the cut.
+  double maxJump = 0;
   int32_t bootstrap = 0;  // resamplings of the tracks for the 95 % intervals; 0: none
   uint64_t seed = 1;
   int32_t shownLag = 1;             // the lag of the curves and of the note's jump count
-  std::vector<double> binCentres;   // µm, where the curves are evaluated
+  std::vector<double> binCentres = {};  // µm, where the curves are evaluated
   ThreadPool* pool = nullptr;       // null: everything on the calling thread
 };
 

@@ -32,13 +32,10 @@ Sample Simulate(std::vector<DiffusiveState> states, int32_t particles, double de
   return s;
 }
 
-JumpFitResult Fit(const JumpSet& jumps, double depth = 0, int32_t bootstrap = 0,
-                  ThreadPool* pool = &ThreadPool::Shared()) {
-  JumpFitOptions o;
+// Frames of kDt, curves at the centres of 5 nm bins, on the shared pool unless told.
+JumpFitResult Fit(const JumpSet& jumps, JumpFitOptions o = {}, bool threads = true) {
   o.dT = kDt;
-  o.focalDepth = depth;
-  o.bootstrap = bootstrap;
-  o.pool = pool;
+  o.pool = threads ? &ThreadPool::Shared() : nullptr;
   for (int b = 0; b < 200; ++b) o.binCentres.push_back(0.0025 + 0.005 * b);
   return FitJumpStates(jumps, o);
 }
@@ -102,7 +99,7 @@ TEST(SliceSurvival, MatchesClosedFormSimulationAndTable) {
 
 TEST(JumpStates, TwoStatesRecoveredWithCurvesNoteAndIntervals) {
   const Sample sample = Simulate({{0.01, 0.3}, {1.0, 0.7}}, 20000);
-  const JumpFitResult r = Fit(sample.jumps, 0, 20);
+  const JumpFitResult r = Fit(sample.jumps, {.bootstrap = 20});
   ASSERT_EQ(r.chosen, 2);
   const JumpModel& m = r.models[1];
   EXPECT_NEAR(m.F[0], 0.3, 0.03);
@@ -110,6 +107,9 @@ TEST(JumpStates, TwoStatesRecoveredWithCurvesNoteAndIntervals) {
   EXPECT_NEAR(m.D[1], 1.0, 0.1);
   EXPECT_NEAR(m.sigma, 0.02, 0.003);
   EXPECT_NEAR(m.F[0] + m.F[1], 1, 1e-12);
+  // Nested models: a state more never fits worse.
+  EXPECT_TRUE(r.models[2].logLikelihood >= m.logLikelihood &&
+              m.logLikelihood > r.models[0].logLikelihood);
   EXPECT_TRUE(m.FInterval[0].low < 0.3 && 0.3 < m.FInterval[0].high);
   EXPECT_TRUE(m.DInterval[1].low < m.D[1] && m.D[1] < m.DInterval[1].high && m.replicates == 20);
 
@@ -145,10 +145,17 @@ TEST(JumpStates, TwoStatesRecoveredWithCurvesNoteAndIntervals) {
     EXPECT_NEAR(m.density[b], m.stateDensity[0][b] + m.stateDensity[1][b], 1e-9);
   }
 
-  // Threads only share out the work: the same numbers without them.
-  const JumpFitResult alone = Fit(sample.jumps, 0, 0, nullptr);
+  // Threads only share out the work: the same numbers, intervals too, without them.
+  const JumpFitResult alone = Fit(sample.jumps, {.bootstrap = 20}, false);
   EXPECT_EQ(alone.models[1].logLikelihood, m.logLikelihood);
   EXPECT_EQ(alone.models[2].D[2], r.models[2].D[2]);
+  EXPECT_EQ(alone.models[1].DInterval[0].low, m.DInterval[0].low);
+
+  // Jumps past 0.3 µm (a third of the free ones at lag 3) left out: the cut densities
+  // still find the states.
+  const JumpFitResult cut = Fit(sample.jumps, {.maxJump = 0.3});
+  EXPECT_NEAR(cut.models[1].F[0], 0.3, 0.03);
+  EXPECT_NEAR(cut.models[1].D[1], 1.0, 0.1);
 }
 
 TEST(JumpStates, BicPicksOneAndThreeStates) {
@@ -177,7 +184,7 @@ TEST(JumpStates, DegenerateInputsGiveFiniteResults) {
   for (size_t c = 0; c < cases.size(); ++c) {
     JumpSet jumps = CollectJumps(cases[c].data(), static_cast<int32_t>(cases[c].size()), {});
     for (double depth : {0.0, 0.7}) {
-      const JumpFitResult r = Fit(jumps, depth, 5, nullptr);
+      const JumpFitResult r = Fit(jumps, {.focalDepth = depth, .bootstrap = 5}, false);
       EXPECT_EQ(r.chosen == 0, c == 0) << c;
       for (const JumpModel& m : r.models) {
         double sum = 0;
@@ -207,7 +214,7 @@ TEST(JumpStates, SlowFocalSliceCorrectionRecoversFraction) {
   const Sample sample = Simulate({{0.01, 0.3}, {1.0, 0.7}}, 40000, 0.7, 6);
   EXPECT_LT(sample.tracks.size(), 40000u);
   EXPECT_GT(Fit(sample.jumps).models[1].F[0], 0.34);
-  const JumpFitResult corrected = Fit(sample.jumps, 0.7);
+  const JumpFitResult corrected = Fit(sample.jumps, {.focalDepth = 0.7});
   ASSERT_EQ(corrected.chosen, 2);
   EXPECT_NEAR(corrected.models[1].F[0], 0.3, 0.02);
   EXPECT_NEAR(corrected.models[1].D[1], 1.0, 0.1);
