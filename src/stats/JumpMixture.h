@@ -2,8 +2,10 @@
 // The maximum-likelihood engine behind FitJumpStates: a mixture of planar Brownian
 // states fitted to squared jump lengths by expectation-maximisation, sped up by squared
 // extrapolation (SQUAREM, Varadhan & Roland 2008). The E step is one pass over the
-// jumps; the M step sees only per-class sums, so it is cheap and NLopt solves it
-// within the bounds (D >= 0, sigma >= its floor).
+// jumps; the M step sees only per-class sums, so it is cheap, and NLopt solves it within
+// the bounds (D >= 0, sigma >= its floor): L-BFGS with exact gradients for D and sigma
+// (the fractions then follow in closed form), or BOBYQA for fractions, D and sigma
+// together when the slice correction or the cut ties the fractions to D.
 #include <cstdint>
 #include <vector>
 
