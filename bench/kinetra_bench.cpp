@@ -31,6 +31,9 @@
 #include "stats/CovarianceEstimator.h"
 #include "stats/CramerRao.h"
 #include "stats/MsdCurveCache.h"
+#include "sim/StateTracks.h"
+#include "stats/JumpLengths.h"
+#include "stats/JumpStates.h"
 #include "stats/ParallelValues.h"
 #include "stats/PooledMsd.h"
 #include "stats/ThreadPool.h"
@@ -304,6 +307,40 @@ const char* KernelName(KernelSet set) {
   }
 }
 
+// Exactly `count` jumps of short tracks, 30 % bound (D = 0.01) and 70 % free (D = 1),
+// 7.5 ms frames, 20 nm noise: the data the jump-state fit is made for.
+JumpSet StateJumps(int64_t count) {
+  StateTrackPlan plan;
+  plan.states = {{0.01, 0.3}, {1.0, 0.7}};
+  plan.particles = static_cast<int32_t>(count / 5 + 1000);
+  plan.dT = 0.0075;
+  plan.localisationNoise = 0.02;
+  SimRandom random(9);
+  const std::vector<SimTrack> tracks = MakeStateTracks(random, plan);
+  std::vector<TrackPoints> points;
+  for (const SimTrack& t : tracks) points.push_back({t.X.data(), t.Y.data(), t.NPoints});
+  JumpSet jumps = CollectJumps(points.data(), static_cast<int32_t>(points.size()), {});
+  const size_t n = static_cast<size_t>(std::min(count, jumps.size()));
+  jumps.squared.resize(n);
+  jumps.track.resize(n);
+  jumps.lag.resize(n);
+  jumps.endPoint.resize(n);
+  return jumps;
+}
+
+// Every number of the three models and the note.
+Snapshot FitSnapshot(const JumpFitResult& r) {
+  Snapshot s;
+  for (const JumpModel& m : r.models) {
+    s.Add(m.F);
+    s.Add(m.D);
+    s.Add(m.sigma);
+    s.Add(m.logLikelihood);
+  }
+  s.Add(r.note);
+  return s;
+}
+
 std::string Size(int32_t tracks, int32_t points) {
   return std::to_string(tracks) + " x " + std::to_string(points);
 }
@@ -548,6 +585,20 @@ int main(int argc, char** argv) {
     }
     SelectKernels(kFastKernels);
     allIdentical &= EstimatorCases(form, manyTracks, manyPoints, shortMode ? 200 : 1000);
+  }
+
+  // The 1 to 3 state fit of jump lengths (no bootstrap): on one thread, and on the pool.
+  {
+    const int64_t count = shortMode ? 50000 : 1000000;
+    const JumpSet jumps = StateJumps(count);
+    JumpFitResult fit;
+    JumpFitOptions options;
+    options.dT = 0.0075;
+    Case c{"jump-state fit " + std::to_string(count) + " jumps",
+           [&](Path p) { options.pool = p == Path::Reference ? nullptr : &ThreadPool::Shared(); },
+           [&](Path) { fit = FitJumpStates(jumps, options); }, [&] { return FitSnapshot(fit); }};
+    allIdentical &= Report(c);
+    if (Wanted(c.name)) std::printf("# %s\n", fit.note.c_str());
   }
 
   std::error_code ignored;

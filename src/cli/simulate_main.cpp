@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <numbers>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sim/SimOutput.h"
@@ -48,6 +49,19 @@ always give the same file.
   --field UM                 side of the square field the tracks start in (default 50)
   --drift-x UMS, --drift-y UMS   steady stage drift (default 0)
   --drift-d UM2S             diffusive stage wander (default 0)
+  --states D1:F1,D2:F2[,...] short tracks of --tracks particles in Brownian states
+                             (D in um2/s, F the share of particles starting there)
+                             instead of the populations above; --seed, --dt,
+                             --localisation-noise, --field, the intensity and the
+                             drift apply
+  --switch-rates R12,R13,..,R21,..  rates in 1/s of switching from state i to j,
+                             row by row without the diagonal, or 'none' (default)
+  --mean-points N            mean length of state tracks, geometric from 2 points
+                             up, 2..10000 (default 5)
+  --focal-depth UM           state tracks start at a random depth in a focal slice
+                             this thick and end when the particle leaves it (3D
+                             diffusion; a track left with one point is dropped);
+                             0 = no slice (default)
   --old-layout               write the old interleaved layout
   --zero-marker              write planar blocks with the marker 0
   --help                     show this text
@@ -96,6 +110,38 @@ uint64_t ParseSeed(const std::string& text) {
   return value;
 }
 
+std::vector<std::string> SplitList(const std::string& option, const std::string& text) {
+  std::vector<std::string> items;
+  size_t from = 0;
+  for (;;) {
+    const size_t comma = text.find(',', from);
+    items.push_back(
+        text.substr(from, comma == std::string::npos ? std::string::npos : comma - from));
+    if (comma == std::string::npos) break;
+    from = comma + 1;
+  }
+  if (items.size() > 100) throw Failure{option + ": too many values"};
+  return items;
+}
+
+// "D1:F1,D2:F2,...": at most 10 states, shares adding up to more than 0.
+std::vector<std::pair<double, double>> ParseStates(const std::string& text) {
+  std::vector<std::pair<double, double>> states;
+  double total = 0;
+  for (const std::string& item : SplitList("--states", text)) {
+    const size_t colon = item.find(':');
+    if (colon == std::string::npos)
+      throw Failure{"--states: expected D:F pairs separated by commas, got '" + item + "'"};
+    const double D = ParseNumber("--states", item.substr(0, colon), 0, 1e6);
+    const double F = ParseNumber("--states", item.substr(colon + 1), 0, 1);
+    states.emplace_back(D, F);
+    total += F;
+  }
+  if (states.size() > 10) throw Failure{"--states: at most 10 states"};
+  if (!(total > 0)) throw Failure{"--states: the shares add up to 0"};
+  return states;
+}
+
 struct Options {
   std::string out;
   PopulationPlan plan;
@@ -129,6 +175,8 @@ Options ParseOptions(const std::vector<std::string>& args) {
       {"--drift-y", &s.drift.vy, -1e3, 1e3},
       {"--drift-d", &s.drift.D, 0, 1e3},
       {"--alpha", &s.alpha, 0.1, 1.9},
+      {"--mean-points", &s.meanPoints, 2, 10000},
+      {"--focal-depth", &s.focalDepth, 0, 1e3},
   };
   const struct {
     const char* name;
@@ -175,6 +223,18 @@ Options ParseOptions(const std::vector<std::string>& args) {
       s.seed = ParseSeed(next());
       continue;
     }
+    if (name == "--states") {
+      s.states = ParseStates(next());
+      continue;
+    }
+    if (name == "--switch-rates") {
+      const std::string& text = next();
+      s.switchRates.clear();
+      if (text != "none")
+        for (const std::string& item : SplitList(name, text))
+          s.switchRates.push_back(ParseNumber(name, item, 0, 1e6));
+      continue;
+    }
     bool* flag = name == "--help" || name == "-h" ? &o.help
                  : name == "--mixed"              ? &s.mixed
                  : name == "--blur"               ? &s.blur
@@ -192,7 +252,23 @@ Options ParseOptions(const std::vector<std::string>& args) {
   s.stepSize = stepNanometres * 0.001;
   if (o.help) return o;
   if (o.out.empty()) throw Failure{"--out FILE is required (see --help)"};
-  if (!s.mixed) {
+  if (!s.switchRates.empty()) {
+    const size_t K = s.states.size();
+    if (K < 2) throw Failure{"--switch-rates needs --states with two states or more"};
+    if (s.switchRates.size() != K * (K - 1))
+      throw Failure{"--switch-rates: expected " + std::to_string(K * (K - 1)) +
+                    " rates for " + std::to_string(K) + " --states, got " +
+                    std::to_string(s.switchRates.size())};
+    // Full K x K rows with a zero diagonal, as the simulator takes them.
+    std::vector<double> full;
+    for (size_t i = 0, next = 0; i < K; ++i)
+      for (size_t j = 0; j < K; ++j) full.push_back(i == j ? 0 : s.switchRates[next++]);
+    s.switchRates = full;
+  }
+  if (!s.mixed && !s.states.empty()) {
+    if (static_cast<double>(s.tracks) * s.meanPoints > kMaxTotalFrames)
+      throw Failure{"too many frames: tracks x mean points must stay below 100000000"};
+  } else if (!s.mixed) {
     if (s.directedFraction + s.steppingFraction > 1)
       throw Failure{"--directed-fraction and --stepping-fraction add up to more than 1"};
     const double tracks = static_cast<double>(s.tracks) + 2.0 * s.pairs;

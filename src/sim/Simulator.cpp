@@ -7,6 +7,7 @@
 #include <numbers>
 
 #include "sim/FractionalMotion.h"
+#include "sim/StateTracks.h"
 
 namespace {
 
@@ -444,11 +445,28 @@ std::vector<SimTrack> MakeMixedPopulation(uint64_t seed, double dT) {
   return Assemble(singles, pairs);
 }
 
+std::vector<SimTrack> MakeStatePopulation(const PopulationPlan& s) {
+  SimRandom random(s.seed);
+  StateTrackPlan plan;
+  for (const auto& [D, fraction] : s.states) plan.states.push_back({D, fraction});
+  plan.switchRates = s.switchRates;
+  plan.particles = std::max(s.tracks, 0);
+  plan.meanPoints = s.meanPoints;
+  plan.dT = s.dT;
+  plan.localisationNoise = s.localisationNoise;
+  plan.focalDepth = s.focalDepth;
+  plan.fieldSize = s.fieldSize;
+  std::vector<SimTrack> tracks = MakeStateTracks(random, plan);
+  for (SimTrack& t : tracks) AddIntensity(random, t, {s.intensity, s.intensityNoise, -1, 0});
+  return tracks;
+}
+
 }  // namespace
 
 std::vector<SimTrack> MakePopulation(const PopulationPlan& plan) {
-  std::vector<SimTrack> tracks =
-      plan.mixed ? MakeMixedPopulation(plan.seed, plan.dT) : MakeUniformPopulation(plan);
+  std::vector<SimTrack> tracks = plan.mixed             ? MakeMixedPopulation(plan.seed, plan.dT)
+                                 : plan.states.empty() ? MakeUniformPopulation(plan)
+                                                        : MakeStatePopulation(plan);
   if (plan.drift.Any()) {
     int32_t frames = 1;
     for (const SimTrack& t : tracks)

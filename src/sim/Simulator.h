@@ -6,6 +6,7 @@
 // velocity in µm/s, intensity in counts. The header position PosX/PosY is in units of
 // 0.1 µm, the unit the program assumes for it, truncated from the first point.
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "sim/SimRandom.h"
@@ -134,6 +135,13 @@ struct PopulationPlan {
   double intensityNoise = 5;
   double localisationNoise = 0;  // µm
   double fieldSize = 50;         // µm, square field the tracks start in
+  // Non-empty: `tracks` particles moving in these Brownian states (D, share) instead
+  // of the single tracks and pairs above (see StateTracks.h); seed, dT, localisation
+  // noise, field, intensity and drift apply.
+  std::vector<std::pair<double, double>> states = {};
+  std::vector<double> switchRates = {};  // 1/s, K x K row-major; empty: none
+  double meanPoints = 5;  // mean track length of state tracks, >= 2
+  double focalDepth = 0;  // µm; > 0: tracks end where particles leave the slice
   StageDrift drift;
   // The diffusing tracks (not the directed or stepping ones) as fractional Brownian
   // motion with MSD = 4 D t^alpha, and/or blurred over each frame interval
