@@ -396,11 +396,6 @@ void TGraphForm::GraphSettingsClick() {
 void TGraphForm::SaveDataAsTXTClick() {
   const std::optional<std::string> path = host_.platform().SaveFileDialog(kTextSaveDialog);
   if (!path) return;
-  std::FILE* file = std::fopen(path->c_str(), "w");
-  if (!file) {
-    host_.platform().ShowError("Can not open file to write data");
-    return;
-  }
   // The header names the time view's columns whatever the view shows.
   std::string text = "Time Xpos Ypos Velocity\n";
   const int32_t n = std::min(ShownPoints(), kViewerStride);
@@ -411,9 +406,7 @@ void TGraphForm::SaveDataAsTXTClick() {
       if (Graph.Series[k].Show) text += "\t" + FormatG(Row(k)[i], 5);
     text += "\n";
   }
-  const bool written = std::fputs(text.c_str(), file) >= 0;
-  if (std::fclose(file) != 0 || !written)
-    host_.platform().ShowError("Can not open file to write data");
+  ReportWrite(host_.platform(), WriteFileAtomically(*path, text), "Can not open file to write data");
 }
 
 // Every trim ends the same way: the shown stretch is clipped to the new track, the

@@ -54,11 +54,7 @@ void TMainForm::SaveBindingTimesClick(std::string_view item) {
   const BindingTime which =
       item == "SaveBoundTime" ? BindingTime::Bound : BindingTime::BeforeBinding;
   const auto path = AskDualExportPath(*this);
-  if (!path) return;
-  if (!SaveBindingTimes(Spots, S, which, *path)) {
-    platform_.QuietFailure("cannot write " + *path);
-    return;
-  }
+  if (!path || !ReportWrite(platform_, SaveBindingTimes(Spots, S, which, *path), nullptr)) return;
   UpdateAnalysis();
 }
 
@@ -66,9 +62,8 @@ void TMainForm::SaveBindingTimesClick(std::string_view item) {
 void TMainForm::SaveGreenSpotsClick(std::string_view item) {
   const GreenAlignment alignment = item == "SaveGreenSplittingSpots" ? GreenAlignment::Splitting
                                                                      : GreenAlignment::Binding;
-  const auto path = AskDualExportPath(*this);
-  if (path && !SaveGreenSpots(Spots, alignment, *path))
-    platform_.QuietFailure("cannot write " + *path);
+  if (const auto path = AskDualExportPath(*this))
+    ReportWrite(platform_, SaveGreenSpots(Spots, alignment, *path), nullptr);
 }
 
 // The viewer opens its fused view on the first selected track of a pair (CurSpot is left

@@ -1,6 +1,5 @@
 // The text exports of the File and pop-up menus: the dialog, the file and the messages
 // here, the tables themselves in edit/.
-#include <fstream>
 #include <optional>
 #include <string>
 
@@ -25,22 +24,22 @@ const char* const kWritingError = "File Writing Error";
 }  // namespace
 
 void TMainForm::SaveDistAsTXTClick() {
-  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kCanNotOpen);
+  const auto file = AskExportWriter(platform_, kTextSaveDialog, kCanNotOpen);
   if (!file) return;
   WritePanelsText(*file, LeftGraph, RightGraph, Menu.Checked("L_ShowMSD"),
                   Menu.Checked("R_ShowMSD"));
+  file->Commit();
 }
 
 void TMainForm::SaveDistAsCSVClick() {
-  // CSV is UTF-8 text and has no line-end translation: binary mode.
-  std::optional<std::ofstream> file =
-      AskExportFile(platform_, kCsvSaveDialog, kCanNotOpen, std::ios::binary);
+  const auto file = AskExportWriter(platform_, kCsvSaveDialog, kCanNotOpen);
   if (!file) return;
   WritePanelsCsv(*file, LeftGraph, RightGraph);
+  file->Commit();
 }
 
 void TMainForm::SaveTrackDataClick(std::string_view item) {
-  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
+  const auto file = AskExportWriter(platform_, kTextSaveDialog, kWritingError);
   if (!file) return;
   TrackExportOptions options;
   options.Mode = item == "SaveXYdata"          ? TrackExportMode::XY
@@ -51,12 +50,14 @@ void TMainForm::SaveTrackDataClick(std::string_view item) {
   options.dT = S.dT;
   WriteTracksText(*file, Spots, options,
                   [this](const std::string& text) { platform_.ShowMessage(text); });
+  file->Commit();
 }
 
 void TMainForm::SaveMSDdTClick() {
-  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
+  const auto file = AskExportWriter(platform_, kTextSaveDialog, kWritingError);
   if (!file) return;
   WriteTrackMSDs(*file, Spots, S.dT, CurrentPairRules().IndependentPairs, *ScratchArrays);
+  file->Commit();
 }
 
 // Both tables exist only beside the Dlat distribution; otherwise the command does nothing.
@@ -66,9 +67,10 @@ void TMainForm::SaveDlatTableClick(std::string_view item) {
   const DlatTableKind kind = item == "SaveDlatVersInt" ? DlatTableKind::IntensityPerDlat
                                                        : DlatTableKind::DlatPerLength;
   const std::string text = DlatTableText(Spots, S.DlatBin, kind);
-  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, nullptr);
+  const auto file = AskExportWriter(platform_, kTextSaveDialog, nullptr);
   if (!file) return;
   WriteExportText(*file, text);
+  file->Commit();
 }
 
 void TMainForm::SaveStopTimesClick() {
@@ -76,19 +78,22 @@ void TMainForm::SaveStopTimesClick() {
     platform_.ShowError("Select 'Stopping Spots' in 'Settings' first or do dual tracks");
     return;
   }
-  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, nullptr);
+  const auto file = AskExportWriter(platform_, kTextSaveDialog, nullptr);
   if (!file) return;
   WriteStopTimes(*file, Spots, S.dT);
+  file->Commit();
 }
 
 // The right panel switches to the instant-velocity distribution, and its run of this one
-// recomputation writes every value into the file.
+// recomputation writes every value into the file. The panel shows the distribution even
+// when the file then cannot be written: the switch is the command's visible half.
 void TMainForm::SaveDlatInstVelDataClick() {
-  std::optional<std::ofstream> file = AskExportFile(platform_, kTextSaveDialog, kWritingError);
+  const auto file = AskExportWriter(platform_, kTextSaveDialog, kWritingError);
   if (!file) return;
-  std::ofstream& out = *file;
+  std::ostream& out = *file;
   const LineSink sink = [&out](const std::string& line) { WriteExportText(out, line); };
   Menu.SetChecked("R_ShowInstantVel", true);
   Menu.SetCaption("Right", FindPanelChoice("R_ShowInstantVel")->menuCaption);
   RecomputePanels(&sink);
+  file->Commit();
 }

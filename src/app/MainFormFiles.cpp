@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "app/MainForm.h"
+#include "app/SaveDialogs.h"
 #include "stats/ParallelValues.h"
 #include "store/QviReader.h"
 #include "store/QviWriter.h"
@@ -92,8 +93,8 @@ void TMainForm::SaveDataClick() {
   const auto path =
       platform_.SaveFileDialog({"Save data in QVI file", "QVI data file|*.qvi", "qvi", false, true});
   if (!path) return;
-  if (!WriteSelectedTracks(*path, Spots, Format2016))
-    platform_.ShowError("Can not open file to write data");
+  ReportWrite(platform_, WriteSelectedTracks(*path, Spots, Format2016),
+              "Can not open file to write data");
 }
 
 void TMainForm::OpenXYtxtClick() {

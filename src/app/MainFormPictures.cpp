@@ -31,8 +31,11 @@ void TMainForm::RenderPanels() {
 void TMainForm::SaveAsBMPClick() {
   const std::unique_ptr<Bitmap> picture = WindowPicture(*this, "BMP eror");
   if (!picture) return;
-  if (const std::optional<std::string> path = AskPicturePath(platform_))
-    SavePicture(platform_, *picture, *path);
+  if (const std::optional<std::string> path = AskPicturePath(platform_)) {
+    const PictureGraphs graphs{&LeftGraph, &RightGraph, ClientWidth,
+                               ClientHeight - StatusBarHeight};
+    SavePicture(platform_, *picture, *path, &graphs);
+  }
 }
 
 void TMainForm::PrintGraphsClick() {

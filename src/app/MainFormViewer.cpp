@@ -30,5 +30,6 @@ void TMainForm::ViewerPictureClick() {
     platform_.ShowError("BMP eror");
     return;
   }
-  SavePicture(platform_, *picture, *path);
+  const PictureGraphs graphs{&GraphForm->Graph, nullptr, picture->Width(), picture->Height()};
+  SavePicture(platform_, *picture, *path, &graphs);
 }

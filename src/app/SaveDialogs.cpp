@@ -10,17 +10,6 @@
 const FileDialog kTextSaveDialog{"Save Distributions as TXT", "Data as TXT (for Excel) |*.txt",
                                  "txt", false, true};
 
-std::optional<std::ofstream> AskExportFile(Platform& platform, const FileDialog& dialog,
-                                           const char* failure, std::ios::openmode extraMode) {
-  const std::optional<std::string> path = platform.SaveFileDialog(dialog);
-  if (!path) return std::nullopt;
-  std::optional<std::ofstream> file(std::in_place, *path,
-                                    std::ios::out | std::ios::trunc | extraMode);
-  if (file->is_open()) return file;
-  if (failure) platform.ShowMessage(failure);
-  return std::nullopt;
-}
-
 ExportWriter::ExportWriter(Platform& platform, std::string path)
     : AtomicOStream(std::move(path)), platform_(platform) {}
 
@@ -32,15 +21,17 @@ std::unique_ptr<ExportWriter> AskExportWriter(Platform& platform, const FileDial
   if (!path) return nullptr;
   auto writer = std::make_unique<ExportWriter>(platform, *path);
   if (writer->Open()) return writer;
-  if (failure) platform.ShowMessage(failure);
+  if (failure) platform.ShowError(failure);
+  else platform.QuietFailure("Can not create " + *path);
   return nullptr;
 }
 
 bool ReportWrite(Platform& platform, const FileWriteResult& result, const char* openFailure) {
   if (result.status == FileWriteResult::NotOpened) {
-    if (openFailure) platform.ShowMessage(openFailure);
+    if (openFailure) platform.ShowError(openFailure);
+    else platform.QuietFailure(result.error);
   } else if (result.status == FileWriteResult::NotWritten) {
-    platform.ShowMessage(result.error);
+    platform.ShowError(result.error);
   }
   return static_cast<bool>(result);
 }

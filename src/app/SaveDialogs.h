@@ -2,7 +2,6 @@
 // The save dialogs of the main window's exports and pictures, and what every one of them
 // does next: open the chosen file, or write the picture into it. Files are written whole
 // or not at all: a failed write leaves the old file (or none) and is reported.
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,15 +14,6 @@ class TQVgraph;
 
 // The main window's text save dialog, shared by every TXT export.
 extern const FileDialog kTextSaveDialog;
-
-// Asks `dialog` for a file and opens it for writing in text mode (plus `extraMode`).
-// Nullopt when the dialog is cancelled or the file cannot be opened; `failure` (when not
-// null) is then shown for the file that could not be opened.
-// Writes in place, so a full disk leaves a cut file: kept only until every export has
-// moved to AskExportWriter.
-std::optional<std::ofstream> AskExportFile(Platform& platform, const FileDialog& dialog,
-                                           const char* failure,
-                                           std::ios::openmode extraMode = std::ios::openmode{});
 
 // An export's file: write into it as into any stream, then Commit. Until Commit the
 // chosen file is untouched; a writer dropped without Commit leaves it so.

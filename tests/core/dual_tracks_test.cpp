@@ -207,8 +207,8 @@ TEST_F(DualTracks, GatesCancelAndUnwritableFiles) {
   ASSERT_EQ(ValidMask(form) + SelectedMask(form), "110110");
   platform.messages.clear();
 
-  // Cancelled, not openable, not writable: nothing changes, nothing is said. A full
-  // disk shows only at the close; the time exports then put the flags back.
+  // Cancelled, not openable, not writable: nothing changes. Only the full disk is said
+  // (it shows only at the close, naming the file); the time exports then put the flags back.
   const std::string missing = TempPath("no-such-dir/x.txt");
   const bool haveFull = std::filesystem::exists("/dev/full");
   for (const char* name : exports) {
@@ -226,7 +226,10 @@ TEST_F(DualTracks, GatesCancelAndUnwritableFiles) {
               "Save Distributions as TXT|Data as TXT (for Excel) |*.txt|txt");
     EXPECT_TRUE(dialog.promptOverwrite);
   }
-  EXPECT_TRUE(platform.messages.empty() && !std::filesystem::exists(missing));
+  EXPECT_FALSE(std::filesystem::exists(missing));
+  EXPECT_EQ(platform.messages.size(), haveFull ? std::size(exports) : 0u);
+  for (const std::string& message : platform.messages)
+    EXPECT_EQ(message.rfind("Can not write /dev/full: ", 0), 0u) << message;
 }
 
 TEST_F(DualTracks, TimeExportsByteForByte) {
