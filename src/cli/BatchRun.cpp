@@ -17,9 +17,10 @@ const CommandRow<TMainForm>* RowOf(const std::string& name) {
   return FindCommand(TMainForm::Commands(), name);
 }
 
-std::string StepText(const BatchStep& step) {
+// The step as it ran: with its answer after "{}" and --out-dir were applied.
+std::string StepText(const BatchStep& step, const std::optional<std::string>& answer) {
   if (step.kind == BatchStep::Key) return "--key " + std::to_string(step.key);
-  return "--cmd " + step.name + (step.answer ? "=" + *step.answer : "");
+  return "--cmd " + step.name + (answer ? "=" + *answer : "");
 }
 
 // An answer that names a file the command writes: subject to "{}" and --out-dir.
@@ -107,7 +108,7 @@ BatchResult RunBatch(const BatchOptions& options, const std::vector<std::string>
     platform.SetAnswer(answer);
     form.RunCommand(step.name);
     platform.SetAnswer(std::nullopt);
-    stopped = failed(StepText(step));
+    stopped = failed(StepText(step, answer));
   }
   if (stopped) return result;
 
