@@ -3,7 +3,7 @@
 set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libfftw3-dev
           libnlopt-dev qt6-base-dev qt6-svg-dev libgl1-mesa-dev fontconfig fonts-dejavu-core
-          fonts-liberation poppler-utils)
+          fonts-liberation poppler-utils snakemake)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
