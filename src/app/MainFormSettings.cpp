@@ -83,6 +83,41 @@ const SettingPrompt kSettingPrompts[] = {
      &Settings::MSDfitLimit},
     {"StartFrame", "Set StartFrame", "N=", Reading::Integer, 0, 0, 0, 0, kUnbounded,
      "StatrtFrame should be >=0", "StartFrame=", "", nullptr, &Settings::StartFrame},
+    // The estimators beside Dlat (Estimators menu).
+    {"PooledFitLags", "Set the lags of the pooled MSD fit", "Lags=", Reading::Integer, 0, 0, 0, 2,
+     200, "Pooled MSD fit lags out of order", "Pooled MSD Fit Lags=", "", nullptr,
+     &Settings::PooledFitLags},
+    {"AlphaLags", "Set the lags of the alpha fits", "Lags=", Reading::Integer, 0, 0, 0, 3, 200,
+     "Alpha lags out of order", "Alpha Lags=", "", nullptr, &Settings::AlphaLags},
+    {"BootstrapResamples", "Set the bootstrap resamples of the pooled MSD", "Resamples=",
+     Reading::Integer, 0, 0, 0, 0, 100000, "Resamples out of order", "Bootstrap Resamples=", "",
+     nullptr, &Settings::BootstrapResamples},
+    {"MotionBlur", "Set the motion-blur coefficient R (0 stroboscopic, 0.1667 continuous)", "R=",
+     Reading::Real, 1e-9L, 10000, 0.0001L, 0, 0.25, "Motion blur out of order", "Motion Blur R=",
+     "", &Settings::MotionBlur, nullptr},
+    {"JumpLags", "Set the lags of the jump-length fit", "Lags=", Reading::Integer, 0, 0, 0, 1, 3,
+     "Jump lags out of order", "Jump Lags=", "", nullptr, &Settings::JumpLags},
+    {"JumpsPerTrack", "Set the jumps each track gives (0: all)", "Jumps=", Reading::Integer, 0, 0,
+     0, 0, 100000, "Jumps per track out of order", "Jumps per Track (0 all)=", "", nullptr,
+     &Settings::JumpsPerTrack},
+    {"JumpShownLag", "Set the lag of the jump-length histogram", "Lag=", Reading::Integer, 0, 0, 0,
+     1, 3, "Jump histogram lag out of order", "Jump Histogram Lag=", "", nullptr,
+     &Settings::JumpShownLag},
+    {"JumpStates", "Set the states shown (0: as BIC picks)", "States=", Reading::Integer, 0, 0, 0,
+     0, 3, "Jump states out of order", "Jump States (0 by BIC)=", "", nullptr,
+     &Settings::JumpStates},
+    {"JumpSigma", "Set the localisation error of the jump fit (-1: fitted)", "Error (µm)=",
+     Reading::Real, 1e-9L, 1000000, 0.000001L, -1, 10, "Localisation error out of order",
+     "Localisation Error (-1 fitted)=", "µm", &Settings::JumpSigma, nullptr},
+    {"FocalDepth", "Set the axial detection range (0: no correction)", "Depth (µm)=",
+     Reading::Real, 1e-9L, 10000, 0.0001L, 0, 100, "Focal depth out of order",
+     "Focal Depth (0 off)=", "µm", &Settings::FocalDepth, nullptr},
+    {"MaxJump", "Set the longest jump fitted (0: no limit)", "Jump (µm)=", Reading::Real, 1e-9L,
+     10000, 0.0001L, 0, 1000, "Max jump out of order", "Max Jump (0 off)=", "µm",
+     &Settings::MaxJump, nullptr},
+    {"JumpResamples", "Set the bootstrap resamples of the jump fit", "Resamples=",
+     Reading::Integer, 0, 0, 0, 0, 10000, "Resamples out of order", "Jump Fit Resamples=", "",
+     nullptr, &Settings::JumpResamples},
 };
 
 // A frame interval of whole ms is the double nearest that many thousandths (9 ms is the
@@ -190,6 +225,9 @@ void TMainForm::SettingPromptClick(std::string_view item) {
     RecomputeAllVelocities();
     RunStoppingFilter();
   }
+  // The per-track covariance values follow these two.
+  if (prompt->real == &Settings::MotionBlur || prompt->integer == &Settings::AlphaLags)
+    RecomputeAllMobility();
   UpdateAnalysis();
 }
 

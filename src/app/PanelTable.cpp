@@ -4,6 +4,7 @@
 #include "stats/DistancePanels.h"
 #include "stats/DlatLengthPanel.h"
 #include "stats/DlatPanels.h"
+#include "stats/EstimatorPanels.h"
 #include "stats/IntensityPanels.h"
 #include "stats/MobilitySlopePanel.h"
 #include "stats/NeighbourPanel.h"
@@ -25,6 +26,7 @@ const PanelChoice kPanels[] = {
     {"L_ShowInstantVel", "Left-InstVel", CalcInstantVelDist},
     {"L_ShowInstIntens", "Left-InstIntensDist", CalcInstIntensDist},
     {"L_MobilitySlopeDist", "Left-MobSlopeDist", CalcMobilitySlopeDist},
+    {"L_ShowDcveDistr", "Left-D-CVE", CalcDcveDist},
     {"R_ShowIntens", "Right-Intensity-Distr", CalcIntensDist},
     {"R_ShowDlat", "Right-D_lat", CalcDlatDist},
     {"R_ShowMSD", "Right-MSD-dT", ShowMSDvsDT},
@@ -35,6 +37,8 @@ const PanelChoice kPanels[] = {
     {"R_ShowVelocityTime", "Right-Velocity-Time", CalcVelocityTimeCourse},
     {"R_DistanceToNeighbDistrib", "Right-Dist To Neighb.", CalcNeighbDistDist},
     {"R_ShowStepDistr", "Right-Step_Distr", CalcStepDistr},
+    {"R_ShowPooledMSD", "Right-Pooled-MSD", CalcPooledMSD},
+    {"R_ShowJumpDistr", "Right-Jump-Distr", CalcJumpDistr},
 };
 
 }  // namespace

@@ -22,9 +22,8 @@ constexpr int32_t kMsdLagLimit = 4999;
 
 int32_t StoredTracks(const TrackStore& spots) { return std::clamp(spots.NSpots, 0, kStoreCapacity); }
 
-// Makes the kept curve (and its Dlat for `lag`) of every selected track current: the
-// stale ones are computed, on the workers when there are any. A curve that cannot be
-// kept for want of memory stays stale, and the panel computes it on the spot.
+}  // namespace
+
 void KeepSelectedCurves(const AnalysisContext& context, MsdCurveCache& curves, float lag,
                         bool independent) {
   const TrackStore& spots = context.Spots;
@@ -53,7 +52,6 @@ void KeepSelectedCurves(const AnalysisContext& context, MsdCurveCache& curves, f
   pool->ParallelFor(0, records, grain, keep);
 }
 
-}  // namespace
 
 PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
   const auto values =

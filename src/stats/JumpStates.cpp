@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <memory>
 #include <random>
@@ -11,6 +10,7 @@
 #include "stats/JumpMixture.h"
 #include "stats/SliceSurvival.h"
 #include "stats/ThreadPool.h"
+#include "store/Numbers.h"
 
 namespace {
 
@@ -219,34 +219,29 @@ void Bootstrap(JumpFitResult& result, const Inputs& in, int32_t tracksGiven,
   }
 }
 
-// At least three significant figures, without a dangling decimal point.
+// Three significant figures (whole units from 1000 on), the same in every locale.
 std::string Figures(double v) {
-  char text[40];
-  if (std::abs(v) >= 1000)
-    std::snprintf(text, sizeof text, "%.0f", v);
-  else
-    std::snprintf(text, sizeof text, "%#.3g", v);
-  std::string s = text;
-  if (!s.empty() && s.back() == '.') s.pop_back();
-  return s;
+  return std::abs(v) >= 1000 ? FormatFixed(v, 0) : FormatG(v, 3);
 }
 
-std::string Note(const JumpFitResult& r) {
+}  // namespace
+
+std::string JumpNote(const JumpFitResult& r, int32_t states) {
   const std::string counts = std::to_string(r.tracksUsed) + " tracks, " +
                              std::to_string(r.jumpsUsed) + " jumps)";
-  if (r.chosen == 0) return "no jumps to fit (" + counts;
-  const JumpModel& m = r.models[r.chosen - 1];
+  if (r.chosen == 0 || states < 1 || states > kMaxJumpStates || r.models[states - 1].states == 0)
+    return "no jumps to fit (" + counts;
+  const JumpModel& m = r.models[states - 1];
   std::string note;
   for (int32_t i = 0; i < m.states; ++i) {
     const std::string n = std::to_string(i + 1);
     note += "F" + n + "=" + Figures(m.F[i]) + " D" + n + "=" + Figures(m.D[i]) + "\xC2\xB5m2/s; ";
   }
   note += "sigma=" + Figures(m.sigma * 1000) + "nm (" + std::to_string(m.states) +
-          (m.states == 1 ? " state" : " states") + " by BIC, " + counts;
+          (m.states == 1 ? " state" : " states") + (states == r.chosen ? " by BIC, " : ", ") +
+          counts;
   return note;
 }
-
-}  // namespace
 
 JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options) {
   JumpFitResult result;
@@ -281,7 +276,7 @@ JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options)
   for (uint8_t s : seen) result.tracksUsed += s;
   result.jumpsFitted = in.jumps;
   if (in.jumps == 0) {
-    result.note = Note(result);
+    result.note = JumpNote(result, 0);
     return result;
   }
 
@@ -358,6 +353,6 @@ JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options)
 
   Bootstrap(result, in, jumps.tracksGiven, options);
   for (JumpModel& m : result.models) FillCurves(m, in, result.shownLag, options.binCentres);
-  result.note = Note(result);
+  result.note = JumpNote(result, result.chosen);
   return result;
 }

@@ -70,3 +70,7 @@ struct JumpFitResult {
 };
 
 JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options);
+
+// The note of the fit with `states` states ("... (2 states by BIC, ...)" for the one BIC
+// picks, "... (3 states, ...)" for another).
+std::string JumpNote(const JumpFitResult& result, int32_t states);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "stats/CovarianceEstimator.h"
 #include "store/Settings.h"
 #include "store/SpotRec.h"
 #include "stats/VectorKernels.h"
@@ -219,11 +220,26 @@ void FindIntensityDrop(SpotRec& track, int32_t W) {
   SetIntensityDrop(track, W, ScanDrops(kernels, in, n, W, window));
 }
 
+void SetCovarianceValues(SpotRec& track, const Settings& settings, const PairRules& rules,
+                         const float* MSD) {
+  TrackMobilitySettings mobility;
+  mobility.blur = settings.MotionBlur;
+  mobility.alphaLags = settings.AlphaLags;
+  mobility.independentPairs = rules.IndependentPairs;
+  const TrackMobility m = EstimateTrackMobility(track.X.data(), track.Y.data(),
+                                                track.ReadablePoints(), settings.LagUnit(),
+                                                mobility, MSD);
+  track.Dcve = static_cast<float>(m.D);
+  track.SigmaCve = static_cast<float>(m.sigma);
+  track.Alpha = static_cast<float>(m.alpha);
+}
+
 void RecomputeMobility(SpotRec& track, const Settings& settings, const PairRules& rules,
                        MsdScratch& scratch) {
   const float lag = static_cast<float>(settings.LagUnit());
   track.Dlat = static_cast<float>(CalcTrackMSD(track.X.data(), track.Y.data(), track.NPoints, lag,
                                                scratch.Dk, scratch.MSD, rules.IndependentPairs));
+  SetCovarianceValues(track, settings, rules, scratch.MSD);
   track.AverVel = static_cast<float>(CalcTrackVelocity(track, settings, rules));
 }
 
@@ -241,6 +257,7 @@ void ComputeTrackValuesReference(SpotRec& track, const Settings& settings, const
   track.Dlat = static_cast<float>(CalcTrackMSDReference(track.X.data(), track.Y.data(),
                                                         track.NPoints, lag, scratch.Dk,
                                                         scratch.MSD, rules.IndependentPairs));
+  SetCovarianceValues(track, settings, rules, scratch.MSD);
   track.AverVel = static_cast<float>(CalcTrackVelocity(track, settings, rules));
   FindIntensityDropReference(track, settings.IntDropWindow);
 }
@@ -356,6 +373,7 @@ void ComputeTrackValuesBatch(SpotRec* const* tracks, int count, const Settings& 
     track.AverInt = intensity[t] / track.NPoints;
     track.Dlat = static_cast<float>(K[t] <= 2 ? std::numeric_limits<double>::quiet_NaN()
                                               : dk[t] / (K[t] - 2));
+    SetCovarianceValues(track, settings, rules, scratch.Msd[t].MSD);
     if (velTerms[t] == 0)
       track.AverVel = 0;
     else

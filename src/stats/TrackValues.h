@@ -51,7 +51,13 @@ struct MsdScratch {
   float Dk[10000];
 };
 
-// AverInt, Dlat, AverVel and the intensity drop, in that order, as on load.
+// Dcve, SigmaCve and Alpha of a track whose MSD curve CalcTrackMSD has just left in `MSD`
+// under the current pair rule.
+void SetCovarianceValues(SpotRec& track, const Settings& settings, const PairRules& rules,
+                         const float* MSD);
+
+// AverInt, Dlat, AverVel and the intensity drop, in that order, as on load (with the
+// covariance values after Dlat).
 void ComputeTrackValues(SpotRec& track, const Settings& settings, const PairRules& rules,
                         MsdScratch& scratch);
 // Work arrays for ComputeTrackValuesBatch: MSD arrays and velocity terms per track.

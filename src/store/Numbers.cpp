@@ -33,6 +33,13 @@ std::string FormatG(double value, int digits) {
 
 std::string FormatReal(double value) { return FormatG(value, 15); }
 
+std::string FormatFixed(double value, int decimals) {
+  char buffer[400];  // the widest double in fixed notation
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value,
+                                    std::chars_format::fixed, decimals);
+  return std::string(buffer, result.ptr);
+}
+
 std::string TruncatedText(double value, double scale, double step) {
   const double truncated = TruncateTo(value, scale, step);
   if (std::isnan(truncated)) return "nan";

@@ -30,6 +30,9 @@ std::string FormatReal(double value);
 // The general form with `digits` significant digits, as the text exports write it.
 std::string FormatG(double value, int digits);
 
+// `decimals` digits after the point, whatever the user's locale ("0.998", "35").
+std::string FormatFixed(double value, int decimals);
+
 // Decimal text to a number the way the prompts read it: leading blanks skipped,
 // the longest decimal prefix taken, anything that is not a number gives 0.
 double ParseDecimal(const std::string& text);

@@ -25,6 +25,20 @@ struct Settings {
   int32_t IntDropWindow = 10;  // frames
   int32_t PrintZoom = 2;       // printer pixels per screen pixel
 
+  // Beside the described settings: the estimators of the Estimators menu.
+  int32_t PooledFitLags = 4;        // pooled MSD: D and offset over lags 1 .. this
+  int32_t AlphaLags = 10;           // alpha over lags 1 .. this (a track: at most n/4)
+  int32_t BootstrapResamples = 1000;
+  double MotionBlur = 1.0 / 6;      // R of the camera: 0 stroboscopic, 1/6 continuous
+  int32_t JumpLags = 3;             // jump lengths at lags 1 .. this, fitted jointly
+  int32_t JumpsPerTrack = 4;        // the first jumps of each track; 0: all
+  int32_t JumpShownLag = 1;         // the lag the jump histogram shows
+  int32_t JumpStates = 0;           // the state model shown: 0 by BIC, else 1 .. 3
+  double FocalDepth = 0;            // µm, axial detection range; 0: no correction
+  double MaxJump = 0;               // µm, longest jump fitted; 0: no limit
+  double JumpSigma = -1;            // µm, the localisation error given; < 0: fitted
+  int32_t JumpResamples = 50;       // bootstrap resamples of the jump-state fit
+
   // The lag unit of every per-track computation, in the current time unit.
   double LagUnit() const { return dT * TimeScale; }
   // The time of `frames` frames, multiplied in this order ((frames x dT) x TimeScale):

@@ -39,6 +39,12 @@ struct SpotRec {
   float IntBefore = 0;
   float IntAfter = 0;
   float LineSlope = 0;
+  // Beside the described values: the covariance-based D (µm² per time unit) and
+  // localisation error (µm) of the track, and the exponent of its own MSD (NaN where
+  // undefined: fewer than 3 points, or fewer than 3 lags for alpha).
+  float Dcve = 0;
+  float SigmaCve = 0;
+  float Alpha = 0;
   FrameArray Int;
   FrameArray X;
   FrameArray Y;

@@ -97,7 +97,7 @@ TEST(BatchTool, TrackTableReadsBackExactly) {
     std::string line;
     std::getline(in, line);
     const std::vector<std::string> header = Split(line, csv ? ',' : '\t');
-    ASSERT_EQ(header.size(), 14u);
+    ASSERT_EQ(header.size(), 17u);
     EXPECT_TRUE(header[5] == "AverInt (counts)" && header[6] == "Dlat (µm2/s)" &&
                 header[7] == "AverVel (µm/s)");
     for (int32_t i = 0; std::getline(in, line); ++i) {

@@ -58,5 +58,5 @@ TEST(CommandTables, RunCommandFollowsTheRowsAndTheirMarks) {
   ASSERT_FALSE(viewer.Menu.Item("RemoveEnds").enabled);
   const uint64_t revision = viewer.Menu.Revision();
   EXPECT_TRUE(viewer.RunCommand("RemoveEnds") && viewer.Menu.Revision() == revision);
-  EXPECT_EQ(form.CommandNames().size(), form.Menu.Items().size() - 12);  // less the 12 menus
+  EXPECT_EQ(form.CommandNames().size(), form.Menu.Items().size() - 13);  // less the 13 menus
 }

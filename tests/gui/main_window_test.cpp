@@ -7,7 +7,7 @@ TEST_F(MainWindowTest, MenusComeFromTheModelAndFollowCommands) {
   MainWindow window(false);
   EXPECT_EQ(MenuTitles(window.menuBar()),
             "File|Left-D_lat|Right-MSD-dT|Settings(dT=30ms)|Action|FILTER|RunFilter|LenSet(All)|"
-            "intThrsh(All)|DlatSet(All)|VelSet(All)");
+            "intThrsh(All)|DlatSet(All)|VelSet(All)|Estimators");
   window.RunCommand("ShowShort");
   window.RunCommand("L_ShowMSD");
   const std::string titles = MenuTitles(window.menuBar());
