@@ -24,6 +24,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "ImportBench.h"
 #include "app/MainForm.h"
 #include "sim/SimOutput.h"
 #include "sim/Simulator.h"
@@ -424,6 +425,8 @@ int main(int argc, char** argv) {
     }
     SelectKernels(kFastKernels);
   }
+
+  allIdentical &= RunImportBench(shortMode, dir, Wanted);
 
   std::error_code ignored;
   std::filesystem::remove_all(dir, ignored);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what a fresh Debian machine lacks to build, test and run Kinetra Statistics.
 set -euo pipefail
-packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev
+packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libexpat1-dev
           qt6-base-dev libgl1-mesa-dev fontconfig fonts-dejavu-core fonts-liberation)
 missing=()
 for p in "${packages[@]}"; do
