@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
+#include <stdexcept>
 
 #include "import/Calibration.h"
 #include "import/TrackMateXmlReader.h"
@@ -26,9 +28,7 @@ bool LooksLikeXml(const std::string& path) {
   return i < got && head[i] == '<';
 }
 
-}  // namespace
-
-ImportResult ImportTrackFile(const std::string& path, const ImportOptions& options) {
+ImportResult Import(const std::string& path, const ImportOptions& options) {
   ImportResult result;
   PointTable table;
   const bool xml = LooksLikeXml(path);
@@ -51,6 +51,20 @@ ImportResult ImportTrackFile(const std::string& path, const ImportOptions& optio
   return result;
 }
 
+}  // namespace
+
+ImportResult ImportTrackFile(const std::string& path, const ImportOptions& options) {
+  // Memory grows with the points of the file; a file too large for it is refused whole.
+  try {
+    return Import(path, options);
+  } catch (const std::bad_alloc&) {
+  } catch (const std::length_error&) {
+  }
+  ImportResult failed;
+  failed.error = path + ": not enough memory to import the file";
+  return failed;
+}
+
 AppendOutcome AppendImportedTracks(TrackStore& store, const ImportedTracks& tracks,
                                    const std::function<void(SpotRec&)>& trackAdded) {
   AppendOutcome outcome;
@@ -58,6 +72,10 @@ AppendOutcome AppendImportedTracks(TrackStore& store, const ImportedTracks& trac
   FileTrackAppender appender(store);
   FrameSlabs slabs;  // a slab lives on while arrays cut from it do
   for (const ImportedTrack& source : tracks.tracks) {
+    if (source.count < 1 || source.offset < 0 ||
+        source.offset + source.count > static_cast<int64_t>(std::min({tracks.x.size(), tracks.y.size(),
+                                                                      tracks.intensity.size()})))
+      continue;  // not a track of these arrays
     SpotRec* record = appender.Next();
     if (!record) {
       outcome.stop = QviStop::Overflow;
