@@ -1,47 +1,45 @@
 #pragma once
-// Records of a comma-, tab- or semicolon-separated file, read in blocks (memory grows
-// with the longest record, not with the file). Fields may be quoted ("a,b", "say ""hi"""
-// and line breaks inside quotes); lines may end in LF or CRLF; a UTF-8 byte-order mark
-// is skipped. Hand-written because the fast path (no quote in the line) is a memchr for
-// the line end and one for each separator, which is what makes tables import at
-// hundreds of MB/s.
+// Records of comma-, tab- or semicolon-separated text in memory. Fields may be quoted
+// ("a,b", "say ""hi""" and line breaks inside quotes); lines may end in LF or CRLF; a
+// UTF-8 byte-order mark is skipped. Hand-written because the fast path (no quote in the
+// line) is one memchr for the line end and a vector scan for the separators of the
+// fields wanted, which is what lets tables import at hundreds of MB/s.
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
 
 class CsvRecords {
  public:
-  CsvRecords() = default;
-  ~CsvRecords();
-  CsvRecords(const CsvRecords&) = delete;
-  CsvRecords& operator=(const CsvRecords&) = delete;
+  // The bytes [begin, end), whose first line is line `firstLine`; they must outlive this.
+  CsvRecords(const char* begin, const char* end, int64_t firstLine);
 
-  bool Open(const std::string& path);
-  // The separator the header line uses most (outside quotes) of tab, comma and
-  // semicolon; comma when it has none. Looks ahead without consuming.
+  // The separator the first line uses most (outside quotes) of tab, comma and semicolon;
+  // comma when it has none.
   char DetectSeparator();
   void SetSeparator(char separator) { separator_ = separator; }
+  // Only the first `count` fields of each record are split (the rest are passed over).
+  void LimitFields(size_t count) { limit_ = count == 0 ? 1 : count; }
 
   // The next record's fields (views valid until the next call) and the line it starts
-  // on; false at the end of the file. Blank lines are passed over.
+  // on; false at the end. Blank lines are passed over.
   bool Next(std::vector<std::string_view>& fields, int64_t& line);
-  // True when reading stopped on a read error rather than the end of the file.
-  bool Failed() const { return failed_; }
-  // Bytes consumed so far.
-  int64_t Offset() const { return consumed_ + static_cast<int64_t>(pos_); }
+  // True when the bytes ended inside a quoted field.
+  bool EndedInQuotes() const { return endedInQuotes_; }
+  // Where the next record starts, and its line.
+  const char* Position() const { return pos_; }
+  int64_t NextLine() const { return line_; }
 
  private:
-  bool Fill();  // more bytes after end_; false at the end of the file
-  bool ParseQuoted(std::vector<std::string_view>& fields, const char*& next);
+  void SplitFields(const char* begin, const char* stop, std::vector<std::string_view>& fields) const;
+  void ParseQuoted(std::vector<std::string_view>& fields);
 
-  std::FILE* file_ = nullptr;
-  std::vector<char> buffer_;
-  size_t pos_ = 0, end_ = 0;
-  int64_t consumed_ = 0;  // bytes dropped from the front of the buffer
-  bool eof_ = false, failed_ = false, bomChecked_ = false;
+  const char* pos_;
+  const char* end_;
+  int64_t line_;
   char separator_ = ',';
-  int64_t line_ = 1;
+  size_t limit_ = SIZE_MAX;
+  bool endedInQuotes_ = false;
   std::string unquoted_;  // the fields of a record that had quotes
+  std::vector<std::pair<size_t, size_t>> spans_;
 };

@@ -90,6 +90,8 @@ struct ImportOptions {
   // Intensity column of a table or spot feature of a TrackMate file; empty: the format's
   // own (MEAN_INTENSITY_CH1, MEAN_INTENSITY, mass, signal, I0, intensity).
   std::string intensity;
+  // Threads that read a large table (a half each); 1 reads it in one pass.
+  int threads = 2;
   // Columns of any other table: "track=NAME,frame=NAME,x=NAME,y=NAME[,intensity=NAME]
   // [,t=NAME][,unit=px|um|nm]". Empty: recognised by the header.
   std::string columns;

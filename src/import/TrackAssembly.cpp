@@ -63,14 +63,24 @@ void AssembleTracks(const PointTable& table, double scale, GapRule gaps, const s
   std::vector<int32_t> rank(groups);
   for (size_t r = 0; r < groups; ++r) rank[order[r]] = static_cast<int32_t>(r);
 
-  // Rows by group rank, file order kept within a group (a counting sort).
+  // Rows by group rank, file order kept within a group (a counting sort), each row's
+  // values moved together: one scattered write per row instead of a gather from every
+  // column per row later.
+  struct Row {
+    int32_t frame;
+    float intensity;
+    double x, y;
+    int64_t where;
+  };
   std::vector<int64_t> start(groups + 1, 0);
   for (size_t i = 0; i < rows; ++i) ++start[rank[table.group[i]] + 1];
   for (size_t r = 0; r < groups; ++r) start[r + 1] += start[r];
-  std::vector<int32_t> sorted(rows);
+  std::vector<Row> sorted(rows);
   {
     std::vector<int64_t> next(start.begin(), start.end() - 1);
-    for (size_t i = 0; i < rows; ++i) sorted[next[rank[table.group[i]]]++] = static_cast<int32_t>(i);
+    for (size_t i = 0; i < rows; ++i)
+      sorted[next[rank[table.group[i]]]++] = {table.frame[i], table.intensity[i], table.x[i], table.y[i],
+                                              table.where[i]};
   }
 
   out.x.reserve(out.x.size() + rows);
@@ -78,26 +88,25 @@ void AssembleTracks(const PointTable& table, double scale, GapRule gaps, const s
   out.intensity.reserve(out.intensity.size() + rows);
   ImportCounts& counts = report.counts;
   TrackBuilder builder(out, counts, scale);
+  const char* whereName = kind == WhereKind::Line ? "line " : "spot ";
   for (size_t r = 0; r < groups; ++r) {
-    int32_t* first = sorted.data() + start[r];
-    int32_t* last = sorted.data() + start[r + 1];
+    Row* first = sorted.data() + start[r];
+    Row* last = sorted.data() + start[r + 1];
     if (first == last) continue;
-    auto byFrame = [&](int32_t a, int32_t b) { return table.frame[a] < table.frame[b]; };
+    auto byFrame = [](const Row& a, const Row& b) { return a.frame < b.frame; };
     if (!std::is_sorted(first, last, byFrame)) std::stable_sort(first, last, byFrame);
     const TrackId& id = table.groups[order[r]];
 
-    int32_t prev = *first;
-    builder.Start(id, table.frame[prev]);
-    builder.Point(table.x[prev], table.y[prev], table.intensity[prev]);
-    for (const int32_t* p = first + 1; p != last; ++p) {
-      const int32_t i = *p;
-      const int64_t step = int64_t{table.frame[i]} - table.frame[prev];
+    const Row* prev = first;
+    builder.Start(id, prev->frame);
+    builder.Point(prev->x, prev->y, prev->intensity);
+    for (const Row* p = first + 1; p != last; ++p) {
+      const int64_t step = int64_t{p->frame} - prev->frame;
       if (step == 0) {
         ++counts.duplicates;
         ++counts.rowsSkipped;
-        report.Warn(WherePrefix(path, kind, table.where[i]) + "track " + id.Display() + " has frame " +
-                    std::to_string(table.frame[i]) + " again (" +
-                    (kind == WhereKind::Line ? "line " : "spot ") + std::to_string(table.where[prev]) +
+        report.Warn(WherePrefix(path, kind, p->where) + "track " + id.Display() + " has frame " +
+                    std::to_string(p->frame) + " again (" + whereName + std::to_string(prev->where) +
                     " kept, this one left out)");
         continue;
       }
@@ -107,22 +116,20 @@ void AssembleTracks(const PointTable& table, double scale, GapRule gaps, const s
           counts.framesFilled += step - 1;
           for (int64_t k = 1; k < step; ++k) {
             const double w = static_cast<double>(k) / static_cast<double>(step);
-            builder.Point(table.x[prev] + (table.x[i] - table.x[prev]) * w,
-                          table.y[prev] + (table.y[i] - table.y[prev]) * w,
-                          static_cast<float>(table.intensity[prev] +
-                                             (double{table.intensity[i]} - table.intensity[prev]) * w));
+            builder.Point(prev->x + (p->x - prev->x) * w, prev->y + (p->y - prev->y) * w,
+                          static_cast<float>(prev->intensity + (double{p->intensity} - prev->intensity) * w));
           }
         } else {
           if (gaps == GapRule::Fill)
-            report.Warn(WherePrefix(path, kind, table.where[i]) + "track " + id.Display() + ": " +
+            report.Warn(WherePrefix(path, kind, p->where) + "track " + id.Display() + ": " +
                         std::to_string(step - 1) + " missing frames are too many to fill; split there");
           ++counts.splitAtGaps;
           builder.Finish();
-          builder.Start(id, table.frame[i]);
+          builder.Start(id, p->frame);
         }
       }
-      builder.Point(table.x[i], table.y[i], table.intensity[i]);
-      prev = i;
+      builder.Point(p->x, p->y, p->intensity);
+      prev = p;
     }
     builder.Finish();
   }

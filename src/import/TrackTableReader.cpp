@@ -3,11 +3,16 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <unordered_map>
+#include <cstring>
+#include <exception>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 #include "import/Calibration.h"
 #include "import/CsvRecords.h"
+#include "import/MappedFile.h"
+#include "import/TableRows.h"
 #include "import/NumberText.h"
 
 namespace {
@@ -17,12 +22,6 @@ std::string Lower(std::string_view s) {
   for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return out;
 }
-
-// Columns of the table the import reads; -1 where the table has none.
-struct Columns {
-  int track = -1, frame = -1, x = -1, y = -1, intensity = -1, t = -1;
-  int Last() const { return std::max({track, frame, x, y, intensity, t}); }
-};
 
 class Header {
  public:
@@ -72,65 +71,9 @@ std::string_view Cell(const std::vector<std::string_view>& fields, int column) {
   return column >= 0 && static_cast<size_t>(column) < fields.size() ? fields[column] : std::string_view();
 }
 
-// Source track ids to groups of the point table, the last one remembered (rows of one
-// track usually follow each other).
-class GroupIndex {
- public:
-  explicit GroupIndex(PointTable& table) : table_(table) {}
-  int32_t Of(std::string_view cell) {
-    int64_t number;
-    if (ParseIntegerCell(cell, number) == IntegerCell::Ok) {
-      if (lastNumeric_ && number == lastNumber_) return lastGroup_;
-      auto [it, added] = numbers_.try_emplace(number, static_cast<int32_t>(table_.groups.size()));
-      if (added) table_.groups.push_back({true, number, {}});
-      lastNumeric_ = true;
-      lastNumber_ = number;
-      return lastGroup_ = it->second;
-    }
-    lastNumeric_ = false;
-    std::string text(TrimBlanks(cell));
-    auto [it, added] = texts_.try_emplace(text, static_cast<int32_t>(table_.groups.size()));
-    if (added) table_.groups.push_back({false, 0, text});
-    return it->second;
-  }
-
- private:
-  PointTable& table_;
-  std::unordered_map<int64_t, int32_t> numbers_;
-  std::unordered_map<std::string, int32_t> texts_;
-  bool lastNumeric_ = false;
-  int64_t lastNumber_ = 0;
-  int32_t lastGroup_ = 0;
-};
-
-// The frame interval the time column gives: (t - t0) / (frame - frame0) the same for every
-// row (within 0.1 % of a frame interval); 0 when it does not, or cannot be told.
-struct TimeColumn {
-  std::vector<int32_t> frames;
-  std::vector<double> times;
-
-  double Interval(bool& framesOnly) const {
-    framesOnly = false;
-    if (frames.empty()) return 0;
-    const auto [lo, hi] = std::minmax_element(frames.begin(), frames.end());
-    if (*lo == *hi) return 0;
-    const size_t a = static_cast<size_t>(lo - frames.begin()), b = static_cast<size_t>(hi - frames.begin());
-    const double dt = (times[b] - times[a]) / (static_cast<double>(*hi) - *lo);
-    if (!(dt > 0) || !std::isfinite(dt)) return 0;
-    bool sameAsFrames = true;
-    for (size_t i = 0; i < frames.size(); ++i) {
-      const double expected = times[a] + (static_cast<double>(frames[i]) - *lo) * dt;
-      if (!(std::fabs(times[i] - expected) <= 1e-3 * dt)) return 0;
-      sameAsFrames &= times[i] == frames[i];
-    }
-    framesOnly = sameAsFrames;
-    return dt;
-  }
-};
-
 struct Format {
   std::string name;
-  Columns columns;
+  TableColumns columns;
   LengthUnit unit = LengthUnit::Unknown;
   bool trackMate = false;
   bool timeUnitNamed = false;  // the file names the unit of its time column
@@ -139,7 +82,7 @@ struct Format {
 
 bool FindFormat(const std::string& path, const Header& header, const ImportOptions& options,
                 Format& format, std::string& error) {
-  Columns& c = format.columns;
+  TableColumns& c = format.columns;
   if (!options.columns.empty()) {
     ColumnMapping m;
     std::string why;
@@ -191,16 +134,6 @@ bool FindFormat(const std::string& path, const Header& header, const ImportOptio
     return false;
   }
   return true;
-}
-
-// A number cell; in a semicolon-separated table also with a decimal comma ("1,5"), as
-// spreadsheets in many locales write them.
-bool ParseCell(std::string_view cell, double& value, bool decimalComma) {
-  if (ParseNumber(cell, value)) return true;
-  if (!decimalComma || cell.find(',') == std::string_view::npos || cell.size() > 64) return false;
-  std::string dotted(cell);
-  std::replace(dotted.begin(), dotted.end(), ',', '.');
-  return ParseNumber(dotted, value);
 }
 
 }  // namespace
@@ -262,18 +195,79 @@ bool ParseColumnMapping(std::string_view text, ColumnMapping& m, std::string& er
   return true;
 }
 
+namespace {
+
+// Tables from this size on are read in two halves at once.
+constexpr size_t kSplitBytes = 1 << 20;
+
+// The rows from `begin` (line `line`) on: in two halves on two threads when the table is
+// large. The second half starts after the first line break past the middle; that is a
+// record boundary unless the first half ends inside quotes, and then the table is read
+// again in one pass.
+void ReadRows(const char* begin, const char* end, int64_t line, char separator, const RowRules& rules,
+              int threads, TableRows& rows) {
+  const size_t bytes = static_cast<size_t>(end - begin);
+  const char* lineEnd = static_cast<const char*>(std::memchr(begin, '\n', bytes));
+  const size_t lineBytes = lineEnd ? static_cast<size_t>(lineEnd - begin) + 1 : bytes;
+  auto open = [&](const char* from, const char* to, int64_t first) {
+    CsvRecords records(from, to, first);
+    records.SetSeparator(separator);
+    records.LimitFields(static_cast<size_t>(rules.columns.Last()) + 1);
+    return records;
+  };
+  auto reserve = [&](TableRows& r, size_t part) { ReserveTableRows(r, part / std::max<size_t>(lineBytes, 8) * 5 / 4 + 16); };
+  const char* middle = static_cast<const char*>(bytes >= kSplitBytes && threads > 1
+                                                    ? std::memchr(begin + bytes / 2, '\n', bytes - bytes / 2)
+                                                    : nullptr);
+  if (middle && middle + 1 < end) {
+    const char* split = middle + 1;
+    CsvRecords first = open(begin, split, line), second = open(split, end, 0);
+    TableRows later;
+    reserve(rows, static_cast<size_t>(split - begin));
+    reserve(later, static_cast<size_t>(end - split));
+    std::exception_ptr failure;
+    auto readSecond = [&] {
+      try {
+        ParseTableRows(second, rules, later);
+      } catch (...) {
+        failure = std::current_exception();
+      }
+    };
+    std::thread worker;
+    try {
+      worker = std::thread(readSecond);
+    } catch (const std::system_error&) {  // no thread to be had: both halves here
+    }
+    ParseTableRows(first, rules, rows);
+    if (worker.joinable()) worker.join();
+    else readSecond();
+    if (failure) std::rethrow_exception(failure);
+    if (!first.EndedInQuotes()) {
+      AppendTableRows(rows, later, first.NextLine());
+      return;
+    }
+    rows = TableRows();  // a quoted line break at the split: read again in one pass
+  }
+  reserve(rows, bytes);
+  CsvRecords records = open(begin, end, line);
+  ParseTableRows(records, rules, rows);
+}
+
+}  // namespace
+
 bool ReadTrackTable(const std::string& path, const ImportOptions& options, PointTable& table,
                     ImportResult& result) {
-  CsvRecords records;
-  if (!records.Open(path)) {
+  MappedFile file;
+  if (!file.Open(path)) {
     result.error = path + ": cannot open the file";
     return false;
   }
-  const bool decimalComma = records.DetectSeparator() == ';';
+  CsvRecords records(file.begin(), file.end(), 1);
+  const char separator = records.DetectSeparator();
   std::vector<std::string_view> fields;
   int64_t line = 0;
   if (!records.Next(fields, line)) {
-    result.error = path + (records.Failed() ? ": cannot read the file" : ": the file is empty");
+    result.error = path + ": the file is empty";
     return false;
   }
   Format format;
@@ -293,100 +287,51 @@ bool ReadTrackTable(const std::string& path, const ImportOptions& options, Point
       }
     }
   }
-  const Columns c = format.columns;
+  const TableColumns& c = format.columns;
   ImportReport& report = result.report;
 
   // TrackMate 7 and later: names, short names and units under the keys. A second line
   // whose frame cell is text is the first of these.
-  bool haveRow = records.Next(fields, line);
-  if (haveRow && format.trackMate) {
-    int64_t frame;
-    if (ParseIntegerCell(Cell(fields, c.frame), frame) == IntegerCell::NotInteger) {
-      for (int extra = 0; extra < 2 && haveRow; ++extra) haveRow = records.Next(fields, line);
-      if (haveRow) {
-        format.unit = ParseLengthUnit(Cell(fields, c.x));
-        const std::string_view named = TrimBlanks(Cell(fields, c.x));
-        if (format.unit == LengthUnit::Unknown && !named.empty() &&
-            options.positionUnit == LengthUnit::Unknown) {
-          result.error = path + ": line " + std::to_string(line) + ": unknown unit \"" +
-                         std::string(named) + "\" of POSITION_X (\xC2\xB5m, nm or pixel)";
-          return false;
-        }
-        format.timeUnitNamed = true;
-        format.secondsPerTime = SecondsPerTimeUnit(Cell(fields, c.t));
-        haveRow = records.Next(fields, line);
+  const char* dataStart = records.Position();
+  int64_t dataLine = records.NextLine();
+  int64_t frame;
+  if (format.trackMate && records.Next(fields, line) &&
+      ParseIntegerCell(Cell(fields, c.frame), frame) == IntegerCell::NotInteger) {
+    if (records.Next(fields, line) && records.Next(fields, line)) {
+      format.unit = ParseLengthUnit(Cell(fields, c.x));
+      const std::string_view named = TrimBlanks(Cell(fields, c.x));
+      if (format.unit == LengthUnit::Unknown && !named.empty() && options.positionUnit == LengthUnit::Unknown) {
+        result.error = path + ": line " + std::to_string(line) + ": unknown unit \"" + std::string(named) +
+                       "\" of POSITION_X (\xC2\xB5m, nm or pixel)";
+        return false;
       }
+      format.timeUnitNamed = true;
+      format.secondsPerTime = SecondsPerTimeUnit(Cell(fields, c.t));
     }
+    dataStart = records.Position();
+    dataLine = records.NextLine();
   }
   result.format = format.name;
   result.fileCalibration.positionUnit = format.unit;
 
-  GroupIndex groups(table);
-  TimeColumn time;
-  int64_t untracked = 0, noIntensity = 0;
-  auto skip = [&](const std::string& why) {
-    ++report.counts.rowsSkipped;
-    report.Warn(WherePrefix(path, WhereKind::Line, line) + why + "; row left out");
-  };
-  for (; haveRow; haveRow = records.Next(fields, line)) {
-    const std::string_view trackCell = TrimBlanks(Cell(fields, c.track));
-    if (trackCell.empty()) {
-      ++untracked;
-      continue;
-    }
-    int64_t frame;
-    const std::string_view frameCell = Cell(fields, c.frame);
-    const IntegerCell frameKind = ParseIntegerCell(frameCell, frame);
-    if (frameKind != IntegerCell::Ok) {
-      skip(frameKind == IntegerCell::Empty
-               ? std::string("no frame")
-               : "frame \"" + std::string(TrimBlanks(frameCell)) + "\" is not an integer");
-      continue;
-    }
-    if (frame > kMaxFrameMagnitude || frame < -kMaxFrameMagnitude) {
-      skip("frame " + std::to_string(frame) + " is out of range");
-      continue;
-    }
-    double x, y;
-    const bool xOk = ParseCell(Cell(fields, c.x), x, decimalComma);
-    const bool yOk = ParseCell(Cell(fields, c.y), y, decimalComma);
-    if (!xOk || !yOk || !std::isfinite(x) || !std::isfinite(y)) {
-      const std::string_view bad = TrimBlanks(Cell(fields, !xOk || !std::isfinite(x) ? c.x : c.y));
-      skip(std::string(!xOk || !std::isfinite(x) ? "x" : "y") +
-           (bad.empty() ? std::string(" is missing") : " \"" + std::string(bad) + "\" is not a finite number"));
-      continue;
-    }
-    double intensity = 0;
-    if (c.intensity >= 0 && !(ParseCell(Cell(fields, c.intensity), intensity, decimalComma) && std::isfinite(intensity))) {
-      intensity = 0;
-      ++noIntensity;
-    }
-    if (c.t >= 0) {
-      double t;
-      if (ParseCell(Cell(fields, c.t), t, decimalComma) && std::isfinite(t)) {
-        time.frames.push_back(static_cast<int32_t>(frame));
-        time.times.push_back(t);
-      }
-    }
-    table.Add(groups.Of(trackCell), static_cast<int32_t>(frame), x, y, static_cast<float>(intensity), line);
-  }
-  if (records.Failed()) {
-    result.error = path + ": cannot read the file to its end";
-    return false;
-  }
-  if (untracked > 0)
-    report.notes.push_back(CountOf(untracked, "row") + " without a track id left out");
-  report.counts.rowsSkipped += untracked;
+  TableRows rows;
+  const RowRules rules{c, separator == ';'};
+  ReadRows(dataStart, file.end(), dataLine, separator, rules, options.threads, rows);
+  table = std::move(rows.table);
+  for (auto& [at, what] : rows.warnings) report.Warn(WherePrefix(path, WhereKind::Line, at) + what);
+  report.warningsLeftOut += rows.warningsLeftOut;
+  report.counts.rowsSkipped += rows.skipped + rows.untracked;
+  if (rows.untracked > 0) report.notes.push_back(CountOf(rows.untracked, "row") + " without a track id left out");
   if (c.intensity < 0)
     report.notes.push_back("no intensity column: intensities are 0");
-  else if (noIntensity > 0)
-    report.Warn(path + ": " + CountOf(noIntensity, "row") + " without a finite intensity: taken as 0");
+  else if (rows.noIntensity > 0)
+    report.Warn(path + ": " + CountOf(rows.noIntensity, "row") + " without a finite intensity: taken as 0");
 
   if (c.t >= 0) {
     bool framesOnly = false;
-    const double dt = time.Interval(framesOnly);
+    const double dt = FrameIntervalOf(rows.timeFrames, rows.times, framesOnly);
     if (dt <= 0) {
-      if (!time.frames.empty())
+      if (!rows.times.empty())
         report.Warn(path + ": the time column does not follow the frames; no frame interval taken from it");
     } else if (format.timeUnitNamed) {
       if (format.secondsPerTime > 0)
