@@ -15,6 +15,9 @@
 // missing or not finite, is left out with a warning naming its line. An intensity cell
 // that is empty or not a number reads as 0 (counted in one warning); a table without an
 // intensity column gives intensity 0 everywhere.
+// The file is mapped (or read) whole; from 1 MB of rows on, its two halves are read on
+// two threads (ImportOptions::threads) and joined in file order, so the result is the
+// same as one pass gives.
 #include <string>
 #include <string_view>
 
