@@ -5,7 +5,6 @@
 
 #include "StoreTestFiles.h"
 #include "import/TrackImport.h"
-#include "import/NumberText.h"
 #include "import/TrackTableReader.h"
 
 namespace {
@@ -269,22 +268,5 @@ TEST(ImportFormats, LargeTablesReadInTwoHalvesGiveWhatOnePassGives) {
     EXPECT_EQ(one.report.counts.duplicates, 5);  // 7, 257, 507, 757, 1007
     EXPECT_EQ(two.report.counts.rowsSkipped, 10);
     EXPECT_TRUE(AnyContains(two.report.warnings, path + ": line " + line + ": frame \"x\" is not an integer"));
-  }
-}
-
-TEST(ImportFormats, ShortDecimalsReadAsFromCharsReadsThem) {
-  std::mt19937_64 gen(99);
-  for (int i = 0; i < 200000; ++i) {
-    // 1 to 18 digits, the point anywhere (or nowhere), leading zeros, either sign.
-    std::string text = gen() % 2 ? "-" : "";
-    const int digits = 1 + static_cast<int>(gen() % 18), point = static_cast<int>(gen() % (digits + 2));
-    for (int d = 0; d < digits; ++d) {
-      if (d == point) text += '.';
-      text += static_cast<char>('0' + (d < 2 && gen() % 3 == 0 ? 0 : gen() % 10));
-    }
-    double fast = 0, reference = 0;
-    ASSERT_TRUE(ParseNumber(text, fast)) << text;
-    std::from_chars(text.data(), text.data() + text.size(), reference);
-    ASSERT_EQ(std::memcmp(&fast, &reference, sizeof fast), 0) << text;
   }
 }
