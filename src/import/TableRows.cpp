@@ -113,15 +113,7 @@ void ParseTableRow(const std::vector<std::string_view>& fields, int64_t line, co
                  static_cast<float>(intensity), line);
 }
 
-void ReserveTableRows(TableRows& rows, size_t count) {
-  PointTable& t = rows.table;
-  t.group.reserve(count);
-  t.frame.reserve(count);
-  t.x.reserve(count);
-  t.y.reserve(count);
-  t.intensity.reserve(count);
-  t.where.reserve(count);
-}
+void ReserveTableRows(TableRows& rows, size_t count) { rows.table.rows.reserve(count); }
 
 void ParseTableRows(CsvRecords& records, const RowRules& rules, TableRows& rows) {
   std::vector<std::string_view> fields;
@@ -134,15 +126,12 @@ void AppendTableRows(TableRows& rows, TableRows& later, int64_t lineOffset) {
   const PointTable& from = later.table;
   std::vector<int32_t> group(from.groups.size());
   for (size_t g = 0; g < from.groups.size(); ++g) group[g] = rows.groups.Of(from.groups[g], to);
-  const size_t n = from.Rows();
-  to.group.reserve(to.group.size() + n);
-  for (size_t i = 0; i < n; ++i) to.group.push_back(group[from.group[i]]);
-  to.frame.insert(to.frame.end(), from.frame.begin(), from.frame.end());
-  to.x.insert(to.x.end(), from.x.begin(), from.x.end());
-  to.y.insert(to.y.end(), from.y.begin(), from.y.end());
-  to.intensity.insert(to.intensity.end(), from.intensity.begin(), from.intensity.end());
-  to.where.reserve(to.where.size() + n);
-  for (size_t i = 0; i < n; ++i) to.where.push_back(from.where[i] + lineOffset);
+  to.rows.reserve(to.rows.size() + from.rows.size());
+  for (PointRow row : from.rows) {
+    row.group = group[row.group];
+    row.where += lineOffset;
+    to.rows.push_back(row);
+  }
   rows.timeFrames.insert(rows.timeFrames.end(), later.timeFrames.begin(), later.timeFrames.end());
   rows.times.insert(rows.times.end(), later.times.begin(), later.times.end());
   rows.untracked += later.untracked;

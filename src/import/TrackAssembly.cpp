@@ -63,24 +63,14 @@ void AssembleTracks(const PointTable& table, double scale, GapRule gaps, const s
   std::vector<int32_t> rank(groups);
   for (size_t r = 0; r < groups; ++r) rank[order[r]] = static_cast<int32_t>(r);
 
-  // Rows by group rank, file order kept within a group (a counting sort), each row's
-  // values moved together: one scattered write per row instead of a gather from every
-  // column per row later.
-  struct Row {
-    int32_t frame;
-    float intensity;
-    double x, y;
-    int64_t where;
-  };
+  // Row indexes by group rank, file order kept within a group (a counting sort).
   std::vector<int64_t> start(groups + 1, 0);
-  for (size_t i = 0; i < rows; ++i) ++start[rank[table.group[i]] + 1];
+  for (const PointRow& row : table.rows) ++start[rank[row.group] + 1];
   for (size_t r = 0; r < groups; ++r) start[r + 1] += start[r];
-  std::vector<Row> sorted(rows);
+  std::vector<int32_t> sorted(rows);
   {
     std::vector<int64_t> next(start.begin(), start.end() - 1);
-    for (size_t i = 0; i < rows; ++i)
-      sorted[next[rank[table.group[i]]]++] = {table.frame[i], table.intensity[i], table.x[i], table.y[i],
-                                              table.where[i]};
+    for (size_t i = 0; i < rows; ++i) sorted[next[rank[table.rows[i].group]]++] = static_cast<int32_t>(i);
   }
 
   out.x.reserve(out.x.size() + rows);
@@ -90,17 +80,19 @@ void AssembleTracks(const PointTable& table, double scale, GapRule gaps, const s
   TrackBuilder builder(out, counts, scale);
   const char* whereName = kind == WhereKind::Line ? "line " : "spot ";
   for (size_t r = 0; r < groups; ++r) {
-    Row* first = sorted.data() + start[r];
-    Row* last = sorted.data() + start[r + 1];
+    int32_t* first = sorted.data() + start[r];
+    int32_t* last = sorted.data() + start[r + 1];
     if (first == last) continue;
-    auto byFrame = [](const Row& a, const Row& b) { return a.frame < b.frame; };
+    const PointRow* all = table.rows.data();
+    auto byFrame = [all](int32_t a, int32_t b) { return all[a].frame < all[b].frame; };
     if (!std::is_sorted(first, last, byFrame)) std::stable_sort(first, last, byFrame);
     const TrackId& id = table.groups[order[r]];
 
-    const Row* prev = first;
+    const PointRow* prev = all + *first;
     builder.Start(id, prev->frame);
     builder.Point(prev->x, prev->y, prev->intensity);
-    for (const Row* p = first + 1; p != last; ++p) {
+    for (const int32_t* i = first + 1; i != last; ++i) {
+      const PointRow* p = all + *i;
       const int64_t step = int64_t{p->frame} - prev->frame;
       if (step == 0) {
         ++counts.duplicates;

@@ -22,24 +22,25 @@
 // Whether `where` of a point is a line of a table or the ID of a TrackMate spot.
 enum class WhereKind { Line, Spot };
 
+// One point as the file gave it; a row's values together, so that ordering the rows by
+// track later touches one cache line per row.
+struct PointRow {
+  double x, y;    // file units
+  int64_t where;  // line or spot ID
+  int32_t group;
+  int32_t frame;
+  float intensity;
+};
+
 // Points in the order the reader met them.
 struct PointTable {
   std::vector<TrackId> groups;
-  std::vector<int32_t> group;
-  std::vector<int32_t> frame;
-  std::vector<double> x, y;  // file units
-  std::vector<float> intensity;
-  std::vector<int64_t> where;
+  std::vector<PointRow> rows;
 
   void Add(int32_t g, int32_t f, double px, double py, float in, int64_t w) {
-    group.push_back(g);
-    frame.push_back(f);
-    x.push_back(px);
-    y.push_back(py);
-    intensity.push_back(in);
-    where.push_back(w);
+    rows.push_back({px, py, w, g, f, in});
   }
-  size_t Rows() const { return group.size(); }
+  size_t Rows() const { return rows.size(); }
 };
 
 // "FILE: line N" or "FILE: spot N", the start of every warning about a point.
