@@ -25,6 +25,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "ImportBench.h"
 #include "app/MainForm.h"
 #include "sim/SimOutput.h"
 #include "sim/Simulator.h"
@@ -600,6 +601,8 @@ int main(int argc, char** argv) {
     allIdentical &= Report(c);
     if (Wanted(c.name)) std::printf("# %s\n", fit.note.c_str());
   }
+
+  allIdentical &= RunImportBench(shortMode, dir, Wanted);
 
   std::error_code ignored;
   std::filesystem::remove_all(dir, ignored);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what a fresh Debian machine lacks to build, test and run Kinetra Statistics.
 set -euo pipefail
-packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libfftw3-dev
+packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libfftw3-dev libexpat1-dev
           libnlopt-dev qt6-base-dev qt6-svg-dev libgl1-mesa-dev fontconfig fonts-dejavu-core
           fonts-liberation poppler-utils snakemake)
 missing=()

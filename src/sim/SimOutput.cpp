@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "store/HeaderPosition.h"
 #include "store/QviFormat.h"
+#include "store/TrackAppend.h"
 
 namespace {
 
@@ -34,8 +36,8 @@ bool WriteSimulatedQvi(const std::string& path, const std::vector<SimTrack>& tra
     const float* px = t.X.data();
     const float* py = t.Y.data();
     if (relative) {
-      const float originX = static_cast<float>(t.PosX * 0.1);
-      const float originY = static_cast<float>(t.PosY * 0.1);
+      const float originX = HeaderOrigin(t.PosX);
+      const float originY = HeaderOrigin(t.PosY);
       x.resize(static_cast<size_t>(header.nPoints));
       y.resize(static_cast<size_t>(header.nPoints));
       for (size_t k = 0; k < x.size(); ++k) {
@@ -54,10 +56,11 @@ bool WriteSimulatedQvi(const std::string& path, const std::vector<SimTrack>& tra
 int32_t AddSimulatedTracks(TrackStore& store, const std::vector<SimTrack>& tracks,
                            const std::function<void(SpotRec&)>& trackAdded) {
   if (!store.Allocated()) return 0;
-  int32_t added = 0;
+  FileTrackAppender appender(store);
   for (const SimTrack& source : tracks) {
-    if (store.NSpots >= kStoreCapacity) break;
-    SpotRec& t = store[store.NSpots];
+    SpotRec* record = appender.Next();
+    if (!record) break;
+    SpotRec& t = *record;
     const int32_t n = std::min(HeldPoints(source), kMaxPoints);
     if (!t.AllocateFrames(n)) break;
     std::copy_n(source.Int.begin(), n, t.Int.data());
@@ -68,16 +71,7 @@ int32_t AddSimulatedTracks(TrackStore& store, const std::vector<SimTrack>& track
     t.PosY = source.PosY;
     t.FirstFrame = source.FirstFrame;
     t.HdrValue = 0;
-    t.Valid = 1;
-    t.SecondHalf = 1;
-    t.Partner = -1;
-    t.FastFlag = 0;
-    if (trackAdded) trackAdded(t);
-    ++added;
-    for (int32_t j = store.NSpots - added / 2; j >= store.NSpots - added + 1 && j >= 0; --j)
-      store[j].SecondHalf = 0;
-    ++store.NSpots;
-    if (store.NSpots > kMaxTracks) break;
+    if (!appender.Commit(trackAdded)) break;
   }
-  return added;
+  return appender.Added();
 }

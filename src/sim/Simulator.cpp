@@ -8,17 +8,11 @@
 
 #include "sim/FractionalMotion.h"
 #include "sim/StateTracks.h"
+#include "store/HeaderPosition.h"
 
 namespace {
 
 constexpr double kTwoPi = 2.0 * std::numbers::pi;
-
-// Header positions are in 0.1 µm, truncated toward zero like every stored integer.
-int32_t HeaderPosition(double micrometres) {
-  const double v = micrometres * 10.0;
-  if (!(v > -2e9 && v < 2e9)) return 0;
-  return static_cast<int32_t>(v);
-}
 
 SimTrack EmptyTrack(const TrackStart& start) {
   SimTrack t;

@@ -29,7 +29,7 @@ double TrackAlpha(const float* x, const float* y, int32_t n, const TrackMobility
 
 TrackMobility EstimateTrackMobility(const float* x, const float* y, int32_t n, double lagUnit,
                                     const TrackMobilitySettings& settings, const float* curve) {
-  n = UsablePoints(n);
+  n = ClampPoints(n);
   TrackMobility m{kNaN, kNaN, kNaN};
   if (n < 3 || !x || !y) return m;
   // Steps in double, so nearby positions lose nothing to the subtraction.

@@ -8,7 +8,7 @@
 #include "store/SpotRec.h"
 
 // Points of a track as CalcTrackMSD sees them: clipped to kMaxPoints, never negative.
-inline int32_t UsablePoints(int32_t n) { return std::clamp(n, 0, kMaxPoints); }
+inline int32_t ClampPoints(int32_t n) { return std::clamp(n, 0, kMaxPoints); }
 
 // Pairs at lag k (1 <= k) of a track of n points under the pair rule.
 inline int32_t LagPairs(int32_t n, int32_t k, bool independentPairs) {
@@ -17,7 +17,7 @@ inline int32_t LagPairs(int32_t n, int32_t k, bool independentPairs) {
 }
 
 // MSD at lag k over the pairs the rule takes; NaN when there is no pair. n must already
-// be within the arrays (UsablePoints).
+// be within the arrays (ClampPoints).
 inline float LagMsd(const float* x, const float* y, int32_t n, int32_t k, bool independentPairs) {
   const int32_t pairs = LagPairs(n, k, independentPairs);
   float sum = 0;

@@ -41,7 +41,7 @@ int32_t TableWidth(const PooledMsdSettings& s) {
 
 // Fills `row` for one track; false when the track is not used.
 bool TrackRow(const TrackXY& t, int32_t width, bool independentPairs, double* row) {
-  const int32_t n = UsablePoints(t.n);
+  const int32_t n = ClampPoints(t.n);
   if (n < 2 || !t.x || !t.y) return false;
   for (int32_t k = 1; k <= width; ++k) {
     if (k >= n) {
@@ -76,7 +76,7 @@ void BuildTable(const TrackXY* tracks, int32_t count, const PooledMsdSettings& s
 
   std::vector<int32_t> next(static_cast<size_t>(kMaxPoints) + 1, 0);  // tracks per length
   for (int32_t i = 0; i < count; ++i)
-    if (usable[static_cast<size_t>(i)]) ++next[static_cast<size_t>(UsablePoints(tracks[i].n))];
+    if (usable[static_cast<size_t>(i)]) ++next[static_cast<size_t>(ClampPoints(tracks[i].n))];
   for (int32_t n = 0; n <= kMaxPoints; ++n) {
     const int32_t tracksOfLength = next[static_cast<size_t>(n)];
     next[static_cast<size_t>(n)] = table.used;  // first place of this length
@@ -88,7 +88,7 @@ void BuildTable(const TrackXY* tracks, int32_t count, const PooledMsdSettings& s
   table.rows.resize(static_cast<size_t>(table.used) * width);
   for (int32_t i = 0; i < count; ++i) {
     if (!usable[static_cast<size_t>(i)]) continue;
-    const size_t to = static_cast<size_t>(next[static_cast<size_t>(UsablePoints(tracks[i].n))]++);
+    const size_t to = static_cast<size_t>(next[static_cast<size_t>(ClampPoints(tracks[i].n))]++);
     std::memcpy(table.rows.data() + to * width, rows.data() + static_cast<size_t>(i) * width,
                 width * sizeof(double));
   }

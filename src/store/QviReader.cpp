@@ -5,6 +5,7 @@
 #include "store/FileOpen.h"
 #include "store/Numbers.h"
 #include "store/QviFormat.h"
+#include "store/TrackAppend.h"
 
 namespace {
 
@@ -102,12 +103,13 @@ bool QviReader::ReadOldHeader(SpotRec& t, float& last, int64_t& surplus) {
 
 QviStop QviReader::ReadTracks(TrackStore& store, const std::function<void(SpotRec&)>& trackRead) {
   const bool planar = layout_ != QviLayout::Old;
-  int32_t k = 0;  // tracks read from this file
+  FileTrackAppender appender(store);
   float last = 0;
   while (ReadFloat(last)) {
     // Never write past the last record, even when earlier files filled the store.
-    if (store.NSpots >= kStoreCapacity) return QviStop::Overflow;
-    SpotRec& t = store[store.NSpots];
+    SpotRec* record = appender.Next();
+    if (!record) return QviStop::Overflow;
+    SpotRec& t = *record;
     int64_t surplus = 0;
     if (planar)
       ReadPlanarHeader(t, last, surplus);
@@ -134,20 +136,7 @@ QviStop QviReader::ReadTracks(TrackStore& store, const std::function<void(SpotRe
       }
       SkipFloats(surplus * 3);
     }
-
-    t.Valid = 1;
-    t.SecondHalf = 1;
-    t.Partner = -1;
-    t.FastFlag = 0;
-    trackRead(t);
-
-    // The first half of the file's tracks (rounded up) are not in the second half. Clearing
-    // the whole range NSpots - k/2 .. NSpots - k + 1 after every track would be quadratic in
-    // the tracks of a file; all of it but its top record is already clear, so clear that one.
-    ++k;
-    store[store.NSpots - k / 2].SecondHalf = 0;
-    ++store.NSpots;
-    if (store.NSpots > kMaxTracks) return QviStop::Overflow;
+    if (!appender.Commit(trackRead)) return QviStop::Overflow;
   }
   return QviStop::EndOfFile;
 }
