@@ -91,3 +91,8 @@ TColor FromQRgb(QRgb rgb);
 
 // Makes QtBitmap the bitmap of every chart (see SetBitmapFactory).
 void InstallQtBitmapFactory();
+
+// Qt draws and converts images on the calling thread only, so that it never waits for a
+// thread the system refused (see QtBitmap.cpp). Call before the application object is
+// made.
+void KeepQtOnCallingThread();
