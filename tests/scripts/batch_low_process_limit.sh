@@ -3,11 +3,14 @@
 # finish in seconds and write the same table as a normal run. The limit counts all
 # processes of the user and root is exempt from it, so as root the limited run is made
 # as the user nobody. Before trusting the run, a fork under the same limit must fail.
-# Usage: batch_low_process_limit.sh KINETRA_BATCH SAMPLE_QVI   (exit 77: cannot test here)
+# With KINETRA_STATS given, the window's screenshot (offscreen) likewise.
+# Usage: batch_low_process_limit.sh KINETRA_BATCH SAMPLE_QVI [KINETRA_STATS]
+# (exit 77: the limit cannot be tested here)
 set -u
 absolute() { (cd "$(dirname "$1")" && echo "$(pwd)/$(basename "$1")"); }
 batch=$(absolute "$1")
 sample=$(absolute "$2")
+stats=${3:+$(absolute "$3")}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 chmod 777 "$work"
@@ -41,4 +44,13 @@ if grep -q "Thread creation error" "$work/limited.err"; then
   echo "Qt tried to start a thread"
   exit 1
 fi
-cmp "$work/normal.tsv" "$work/limited.tsv" && cmp "$work/normal-rows.tsv" "$work/limited-rows.tsv"
+cmp "$work/normal.tsv" "$work/limited.tsv" && cmp "$work/normal-rows.tsv" "$work/limited-rows.tsv" ||
+  exit 1
+
+[ -n "$stats" ] || exit 0
+export QT_QPA_PLATFORM=offscreen
+XDG_RUNTIME_DIR="$work/runtime" "$stats" --screenshot "$work/normal.png" "$sample" 2>/dev/null ||
+  exit 1
+(cd "$work" && XDG_RUNTIME_DIR="$work/limited-runtime" timeout 30 $limited "$stats" \
+  --screenshot limited.png "$sample" 2>/dev/null) || { echo "kinetra-stats failed or hung"; exit 1; }
+cmp "$work/normal.png" "$work/limited.png"
