@@ -27,6 +27,8 @@
 
 #include "ImportBench.h"
 #include "app/MainForm.h"
+#include "edit/DualTracks.h"
+#include "edit/Transforms.h"
 #include "sim/SimOutput.h"
 #include "sim/Simulator.h"
 #include "stats/CovarianceEstimator.h"
@@ -465,6 +467,123 @@ bool EstimatorCases(TMainForm& form, int32_t tracks, int32_t points, int32_t spr
   return identical;
 }
 
+// A line for a fast path whose plain form is not run at this size: "-" for the plain
+// time and the speed-up, and `note` for the last field.
+void ReportFastOnly(const Case& c, const std::string& note) {
+  if (!Wanted(c.name)) return;
+  Timing fast;
+  for (int r = 0; r < c.repeats; ++r)
+    if (RunOnce(c, Path::Fast, fast, r == 0) > 10000) break;
+  std::printf("%s, -, %.1f, -, %s\n", c.name.c_str(), fast.ms, note.c_str());
+  std::fflush(stdout);
+}
+
+// Simulated tracks of the loads' kind, all selected, with `pairs` binding pairs among them.
+std::unique_ptr<TrackStore> SimulatedStore(int32_t tracks, int32_t points, int32_t pairs,
+                                           uint64_t seed) {
+  PopulationPlan plan;
+  plan.seed = seed;
+  plan.tracks = tracks - 2 * pairs;
+  plan.points = points;
+  plan.pairs = pairs;
+  plan.directedFraction = 0.3;
+  plan.localisationNoise = 0.01;
+  plan.fieldSize = 400;
+  auto store = std::make_unique<TrackStore>();
+  if (!store->Allocate()) {
+    std::fprintf(stderr, "kinetra-bench: out of memory\n");
+    std::exit(2);
+  }
+  AddSimulatedTracks(*store, MakePopulation(plan), nullptr);
+  for (int32_t i = 0; i < store->NSpots; ++i) (*store)[i].Selected = 1;
+  return store;
+}
+
+// "Find Dual Tracks" with one track in fifty a member of a binding pair: the grid search
+// against the plain one on `compared` tracks, and the grid search alone on `many`.
+bool DualTrackCases(int32_t compared, int32_t many) {
+  bool identical = true;
+  for (const int32_t tracks : {compared, many}) {
+    const std::unique_ptr<TrackStore> store = SimulatedStore(tracks, 200, tracks / 100, 11);
+    const Settings settings;
+    int32_t pairs = 0;
+    Case c{"find dual tracks " + Size(tracks, 200),
+           [&](Path) {
+             for (int32_t i = 0; i < store->NSpots; ++i) (*store)[i].Valid = 1;
+           },
+           [&](Path p) {
+             pairs = p == Path::Reference ? FindDualTracksReference(*store, settings, true)
+                                          : FindDualTracks(*store, settings, true);
+           },
+           [&] {
+             Snapshot s;
+             s.Add(pairs);
+             for (int32_t i = 0; i < store->NSpots; ++i) {
+               const SpotRec& t = (*store)[i];
+               s.Add(t.Partner), s.Add(t.Valid), s.Add(t.SegStart), s.Add(t.SegLen);
+               s.Add(t.FramesBefore), s.Add(t.FramesAfter), s.Add(t.TimeToBind), s.Add(t.PairOffset);
+             }
+             return s;
+           }};
+    if (tracks == compared)
+      identical &= Report(c);
+    else
+      ReportFastOnly(c, "plain search not run (all pairs; compared at " + Size(compared, 200) +
+                            " above)");
+  }
+  return identical;
+}
+
+// "Fit Tracks Together": the fast passes against the plain ones on `compared` tracks, and
+// the fast passes alone on `many` (all reports of progress taken, as the window would).
+bool FitTogetherCases(int32_t compared, int32_t many) {
+  bool identical = true;
+  for (const int32_t tracks : {compared, many}) {
+    const std::unique_ptr<TrackStore> store = SimulatedStore(tracks, 200, 0, 12);
+    std::vector<float> x, y;  // every track's frames as simulated
+    for (int32_t i = 0; i < store->NSpots; ++i) {
+      const SpotRec& t = (*store)[i];
+      x.insert(x.end(), t.X.data(), t.X.data() + t.NPoints);
+      y.insert(y.end(), t.Y.data(), t.Y.data() + t.NPoints);
+    }
+    int reports = 0;
+    Case c{"fit tracks together " + Size(tracks, 200),
+           [&](Path) {
+             size_t at = 0;
+             for (int32_t i = 0; i < store->NSpots; ++i) {
+               SpotRec& t = (*store)[i];
+               std::copy_n(x.data() + at, t.NPoints, t.X.data());
+               std::copy_n(y.data() + at, t.NPoints, t.Y.data());
+               at += static_cast<size_t>(t.NPoints);
+             }
+           },
+           [&](Path p) {
+             if (p == Path::Reference)
+               FitTracksTogetherReference(*store);
+             else
+               FitTracksTogether(*store, [&](double) { return ++reports, true; });
+           },
+           [&] {
+             Snapshot s;
+             if (tracks != compared) return s;
+             for (int32_t i = 0; i < store->NSpots; ++i) {
+               const SpotRec& t = (*store)[i];
+               s.AddFloats(t.X.data(), static_cast<size_t>(t.NPoints));
+               s.AddFloats(t.Y.data(), static_cast<size_t>(t.NPoints));
+               s.Add(t.SecondHalf);
+             }
+             return s;
+           }};
+    if (tracks == compared) {
+      identical &= Report(c);
+    } else {
+      c.repeats = 1;
+      ReportFastOnly(c, "plain passes not run (compared at " + Size(compared, 200) + " above)");
+    }
+  }
+  return identical;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -603,6 +722,10 @@ int main(int argc, char** argv) {
   }
 
   allIdentical &= RunImportBench(shortMode, dir, Wanted);
+
+  // Editing commands, on stores of their own.
+  allIdentical &= DualTrackCases(shortMode ? 400 : 4000, shortMode ? 4000 : 100000);
+  allIdentical &= FitTogetherCases(shortMode ? 300 : 3000, shortMode ? 4000 : 100000);
 
   std::error_code ignored;
   std::filesystem::remove_all(dir, ignored);

@@ -17,6 +17,7 @@ BatchQt::BatchQt(int& argc, char** argv) {
     mkdir(dir.c_str(), 0700);
     setenv("XDG_RUNTIME_DIR", dir.c_str(), 1);
   }
+  KeepQtOnCallingThread();
   app_ = std::make_unique<QGuiApplication>(argc, argv);
   InstallQtBitmapFactory();
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 
+#include "edit/DualTrackCandidates.h"
 #include "edit/TrackPoints.h"
 #include "store/Numbers.h"
 
@@ -23,14 +24,6 @@ bool HasPartner(const TrackStore& store, const SpotRec& track) {
   return track.Partner >= 0 && track.Partner < store.NSpots;
 }
 
-double AbsoluteX(const SpotRec& t, int32_t j, bool format2016) {
-  return format2016 ? static_cast<double>(t.X[j]) : t.PosX * 0.1 + t.X[j];
-}
-
-double AbsoluteY(const SpotRec& t, int32_t j, bool format2016) {
-  return format2016 ? static_cast<double>(t.Y[j]) : t.PosY * 0.1 + t.Y[j];
-}
-
 void ClearPairing(SpotRec& t) {
   std::fill(t.SegStart, t.SegStart + kMaxSegments, 0);
   std::fill(t.SegLen, t.SegLen + kMaxSegments, 0);
@@ -41,7 +34,55 @@ void ClearPairing(SpotRec& t) {
 
 }  // namespace
 
-int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2016) {
+namespace {
+
+// The walk over one candidate's overlap, kept for the finish once the partner is found.
+// lastClose lives across the candidates of one searcher, as the search leaves it.
+struct Walk {
+  int64_t offset = 0;
+  int32_t run = 0, slots = 0, lastClose = 0;
+};
+
+// Walks the frames track i (n usable points) shares with candidate k: counts the run of
+// close frames, stores each run of at least minRun that a far frame ends. True when k is
+// the partner: a run is still open at the end, or a stretch was stored.
+bool WalkCandidate(SpotRec& ti, int32_t n, const SpotRec& tk, const Settings& settings,
+                   bool format2016, Walk& w) {
+  const int32_t minRun = settings.MinNumDataPoints;
+  w.offset = int64_t{tk.FirstFrame} - ti.FirstFrame;
+  w.run = 0;
+  w.slots = 0;
+  // Only the frames both tracks cover: the others neither extend nor end a run.
+  const int64_t from = std::max<int64_t>(0, w.offset);
+  const int64_t to = std::min<int64_t>(n, w.offset + tk.ReadablePoints());
+  for (int64_t j = from; j < to; ++j) {
+    const int32_t ji = static_cast<int32_t>(j);
+    const int32_t jk = static_cast<int32_t>(j - w.offset);
+    const double dx = AbsoluteX(ti, ji, format2016) - AbsoluteX(tk, jk, format2016);
+    const double dy = AbsoluteY(ti, ji, format2016) - AbsoluteY(tk, jk, format2016);
+    const double d = std::sqrt(dx * dx + dy * dy);
+    if (d < settings.CriticalDistance && ti.SegLen[0] == 0) {
+      ++w.run;
+      w.lastClose = ji;
+      continue;
+    }
+    if (w.run >= minRun && w.slots < kPairSlots) {
+      ti.SegLen[w.slots] = w.run;
+      ti.SegStart[w.slots] = ji - w.run;
+      ++w.slots;
+      ti.PairOffset = Saturate(w.offset);
+    }
+    w.run = 0;
+  }
+  return !(w.run < minRun && ti.SegLen[0] <= 0);
+}
+
+// The pairing, in index order, with the candidates of each searcher given by
+// forEachCandidate(i, visit), which calls visit(k) in rising k until it returns true.
+// Every track it leaves out must be one whose walk could not succeed.
+template <typename ForEachCandidate>
+int32_t PairTracks(TrackStore& store, const Settings& settings, bool format2016,
+                   ForEachCandidate&& forEachCandidate) {
   const int32_t count = store.NSpots;
   const int32_t minRun = settings.MinNumDataPoints;
   for (int32_t i = 0; i < count; ++i) store[i].Partner = -1;
@@ -54,52 +95,27 @@ int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2
     const int32_t ni = ti.ReadablePoints();
 
     int32_t partner = -1;
-    int64_t offset = 0;
-    int32_t run = 0, slots = 0, lastClose = 0;
-    for (int32_t k = 0; k < count; ++k) {
+    Walk w;
+    forEachCandidate(i, [&](int32_t k) {
       const SpotRec& tk = store[k];
-      if (tk.Partner >= 0 || !tk.Selected || k == i) continue;
-      offset = int64_t{tk.FirstFrame} - ti.FirstFrame;
-      run = 0;
-      slots = 0;
-      // Only the frames both tracks cover: the others neither extend nor end a run.
-      const int64_t from = std::max<int64_t>(0, offset);
-      const int64_t to = std::min<int64_t>(ni, offset + tk.ReadablePoints());
-      for (int64_t j = from; j < to; ++j) {
-        const int32_t ji = static_cast<int32_t>(j);
-        const int32_t jk = static_cast<int32_t>(j - offset);
-        const double dx = AbsoluteX(ti, ji, format2016) - AbsoluteX(tk, jk, format2016);
-        const double dy = AbsoluteY(ti, ji, format2016) - AbsoluteY(tk, jk, format2016);
-        const double d = std::sqrt(dx * dx + dy * dy);
-        if (d < settings.CriticalDistance && ti.SegLen[0] == 0) {
-          ++run;
-          lastClose = ji;
-          continue;
-        }
-        if (run >= minRun && slots < kPairSlots) {
-          ti.SegLen[slots] = run;
-          ti.SegStart[slots] = ji - run;
-          ++slots;
-          ti.PairOffset = Saturate(offset);
-        }
-        run = 0;
-      }
-      if (run < minRun && ti.SegLen[0] <= 0) continue;
+      if (tk.Partner >= 0 || !tk.Selected || k == i) return false;
+      if (!WalkCandidate(ti, ni, tk, settings, format2016, w)) return false;
       partner = k;
-      break;
-    }
+      return true;
+    });
     if (partner < 0) continue;
 
     // A run still open at the end of the overlap starts one index early; kept as it is,
     // the exports and the cut depend on it.
-    if (run >= minRun && slots < kPairSlots) {
-      ti.SegLen[slots] = run;
-      ti.SegStart[slots] = lastClose - run;
+    if (w.run >= minRun && w.slots < kPairSlots) {
+      ti.SegLen[w.slots] = w.run;
+      ti.SegStart[w.slots] = w.lastClose - w.run;
     }
     SpotRec& tk = store[partner];
     ti.Partner = partner;
     tk.Partner = i;
 
+    const int64_t offset = w.offset;
     const int64_t start = ti.SegStart[0];
     const int64_t before = offset < 0 ? start : start - offset;
     int64_t after = ni - (start + ti.SegLen[0]) - 1;
@@ -115,6 +131,29 @@ int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2
   for (int32_t i = 0; i < count; ++i)
     if (store[i].Partner < 0) store[i].Valid = 0;
   return pairs;
+}
+
+}  // namespace
+
+int32_t FindDualTracksReference(TrackStore& store, const Settings& settings, bool format2016) {
+  const int32_t count = store.NSpots;
+  return PairTracks(store, settings, format2016, [count](int32_t, auto&& visit) {
+    for (int32_t k = 0; k < count; ++k)
+      if (visit(k)) return;
+  });
+}
+
+int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2016) {
+  // Without a run length of at least one frame any candidate is a partner; the plain
+  // search then stops at the first one anyway.
+  if (settings.MinNumDataPoints >= 1) {
+    PairCandidates candidates;
+    if (candidates.Build(store, settings.CriticalDistance, settings.MinNumDataPoints,
+                         format2016))
+      return PairTracks(store, settings, format2016,
+                        [&](int32_t i, auto&& visit) { candidates.ForEach(i, visit); });
+  }
+  return FindDualTracksReference(store, settings, format2016);
 }
 
 void LeaveDualsPartsOnly(TrackStore& store) {

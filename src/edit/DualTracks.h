@@ -14,8 +14,12 @@
 // stretch in SegStart[0]/SegLen[0] and the lone frames around it; both members point at
 // each other through Partner. Every track left without a partner is deactivated.
 // Positions are PosX x 0.1 + X (and likewise Y) unless `format2016`, where X and Y are
-// already absolute. Returns the number of pairs.
+// already absolute. Returns the number of pairs. Each searcher tries only the tracks it
+// meets on a grid of the frames (see DualTrackCandidates.h), in the same order and with
+// the same arithmetic as the plain search, so the results are the same.
 int32_t FindDualTracks(TrackStore& store, const Settings& settings, bool format2016);
+// The plain search: every searcher tries every track from index 0 upward.
+int32_t FindDualTracksReference(TrackStore& store, const Settings& settings, bool format2016);
 
 // Cuts every track with a joint stretch down to it (FirstFrame moves with the cut) and
 // deactivates every track without one, which removes the partner members.

@@ -52,6 +52,14 @@ void AlignOnto(SpotRec& track, const SpotRec& reference) {
 
 }  // namespace
 
+void RaiseY(TrackStore& store) {
+  for (int32_t i = 0; i < store.NSpots; ++i) {
+    SpotRec& t = store[i];
+    const int32_t n = t.ReadablePoints();
+    for (int32_t j = 0; j < n; ++j) t.Y[j] = static_cast<float>(t.Y[j] + 1.0);
+  }
+}
+
 std::optional<float> RotateTracksLeftToRight(TrackStore& store) {
   for (int32_t i = 0; i < store.NSpots; ++i) {
     SpotRec& t = store[i];
@@ -68,18 +76,22 @@ std::optional<float> RotateTracksLeftToRight(TrackStore& store) {
   return lastSlope;
 }
 
-void FitTracksTogether(TrackStore& store) {
-  const int32_t count = store.NSpots;
-  for (int32_t i = 0; i < count; ++i) store[i].SecondHalf = 0;
-  // NPoints does not change here, so the references come in a fixed order: most points
-  // first, the lower index among equals; tracks without points are never one. Sorting
-  // once spares a search of the whole store in every pass.
+std::vector<int32_t> AlignmentOrder(const TrackStore& store) {
   std::vector<int32_t> order;
-  order.reserve(static_cast<size_t>(std::max(count, 0)));
-  for (int32_t i = 0; i < count; ++i)
+  order.reserve(static_cast<size_t>(std::max(store.NSpots, 0)));
+  for (int32_t i = 0; i < store.NSpots; ++i)
     if (store[i].NPoints > 0) order.push_back(i);
   std::stable_sort(order.begin(), order.end(),
                    [&](int32_t a, int32_t b) { return store[a].NPoints > store[b].NPoints; });
+  return order;
+}
+
+void FitTracksTogetherReference(TrackStore& store) {
+  const int32_t count = store.NSpots;
+  for (int32_t i = 0; i < count; ++i) store[i].SecondHalf = 0;
+  // NPoints does not change here, so the references come in a fixed order; sorting once
+  // spares a search of the whole store in every pass.
+  const std::vector<int32_t> order = AlignmentOrder(store);
   const size_t references = order.size();
   for (size_t p = 0; p < references; ++p) {
     const SpotRec& reference = store[order[p]];
@@ -90,9 +102,5 @@ void FitTracksTogether(TrackStore& store) {
   }
   // Passes left over once no track qualifies take track 0 as the reference.
   if (static_cast<size_t>(count) > references) store[0].SecondHalf = 1;
-  for (int32_t i = 0; i < count; ++i) {
-    SpotRec& t = store[i];
-    const int32_t n = t.ReadablePoints();
-    for (int32_t j = 0; j < n; ++j) t.Y[j] = static_cast<float>(t.Y[j] + 1.0);
-  }
+  RaiseY(store);
 }

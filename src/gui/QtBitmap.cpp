@@ -3,8 +3,25 @@
 #include <QBuffer>
 #include <QFontMetrics>
 #include <QString>
+#include <QThreadPool>
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+
+// Qt's painter and image conversions (Qt 6.4) hand the pieces of a large fill to
+// QThreadPool::globalInstance() and wait for them. Where the system refuses the pool a
+// thread (a low process limit), a refused piece never runs and the painter waits for
+// ever. When there is no pool they draw on the calling thread, with the same pixels. So
+// the program withholds it: this definition, being the executable's, is the one Qt's
+// libraries bind to (of Qt's libraries only QtGui asks for the pool, and every one of its
+// callers accepts none). The program's pictures are small, so one thread draws them about
+// as fast; nothing here may need Qt's global pool (make a QThreadPool of your own).
+QThreadPool* QThreadPool::globalInstance() { return nullptr; }
+
+void KeepQtOnCallingThread() {
+  // Later Qt versions draw on a pool of their own, which this variable turns off.
+  setenv("QT_NO_GUI_THREADPOOL", "1", 0);
+}
 
 #include "gui/CanvasClip.h"
 #include "gui/QtFigure.h"

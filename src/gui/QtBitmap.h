@@ -95,3 +95,8 @@ TColor FromQRgb(QRgb rgb);
 // Makes Qt draw every chart: QtBitmap for bitmaps (see SetBitmapFactory), and the PDF and
 // SVG figures (see SetVectorFigureFactory).
 void InstallQtBitmapFactory();
+
+// Qt draws and converts images on the calling thread only, so that it never waits for a
+// thread the system refused (see QtBitmap.cpp). Call before the application object is
+// made.
+void KeepQtOnCallingThread();

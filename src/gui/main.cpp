@@ -10,6 +10,7 @@
 #include "gui/QtBitmap.h"
 
 int main(int argc, char** argv) {
+  KeepQtOnCallingThread();
   QApplication app(argc, argv);
   QApplication::setApplicationDisplayName("Kinetra Statistics");
   InstallQtBitmapFactory();

@@ -4,11 +4,13 @@
 #include <atomic>
 #include <system_error>
 
-ThreadPool::ThreadPool(unsigned threads) {
+ThreadPool::ThreadPool(unsigned threads, const ThreadStarter& start) {
   if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
+  workers_.reserve(threads);
   for (unsigned i = 0; i < threads; ++i) {
+    std::function<void()> body = [this, i] { WorkerLoop(i); };
     try {
-      workers_.emplace_back([this, i] { WorkerLoop(i); });
+      workers_.push_back(start ? start(std::move(body)) : std::thread(std::move(body)));
     } catch (const std::system_error&) {
       break;  // fewer workers; with none at all, tasks run on the caller
     }

@@ -12,9 +12,14 @@
 
 class ThreadPool {
  public:
-  // `threads` workers; 0 = one per hardware thread. If the system refuses threads the
-  // pool runs every task on the calling thread instead.
-  explicit ThreadPool(unsigned threads = 0);
+  // Starts one worker running `body`; throws std::system_error when the system refuses
+  // the thread (as std::thread does under a low process limit).
+  using ThreadStarter = std::function<std::thread(std::function<void()> body)>;
+
+  // `threads` workers; 0 = one per hardware thread. Workers the system refuses are done
+  // without: with none at all the pool runs every task on the calling thread. `start`
+  // (default: std::thread) lets tests refuse threads at will.
+  explicit ThreadPool(unsigned threads = 0, const ThreadStarter& start = {});
   ~ThreadPool();
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;

@@ -1,10 +1,12 @@
 // Dual tracks and binding: pairing of simulated and hand-built tracks, the cut and the
 // binding filter, the gates, and the four exports byte for byte.
 #include <array>
+#include <cstddef>
 #include <filesystem>
 
 #include "StoreTestFiles.h"
 #include "TrackBuilders.h"
+#include "edit/DualTracks.h"
 #include "sim/SimOutput.h"
 #include "sim/Simulator.h"
 
@@ -319,4 +321,57 @@ TEST_F(DualTracks, GreenExportsByteForByte) {
   EXPECT_TRUE(ValidMask(form) == valid && platform.repaints == repaints && platform.messages.empty());
   std::filesystem::remove(bindingPath);
   std::filesystem::remove(splittingPath);
+}
+
+// The grid search against the plain one: every field of every record the same (compared
+// as bytes up to the frame arrays), and the same number of pairs, on simulated pairs in
+// a crowded field and the mixed preset plus tracks made to test the search's rules.
+TEST(DualTracksGrid, SameRecordsAsThePlainSearch) {
+  TrackStore base;
+  ASSERT_TRUE(base.Allocate());
+  PopulationPlan plan;
+  plan.seed = 3, plan.tracks = 150, plan.points = 120, plan.pairs = 30, plan.fieldSize = 5;
+  AddSimulatedTracks(base, MakePopulation(plan), nullptr);
+  const int32_t crowded = base.NSpots;
+  plan.seed = 4, plan.mixed = true;
+  AddSimulatedTracks(base, MakePopulation(plan), nullptr);
+  // Still tracks at (x, y) over frames [first, first + n). A meets B 0.19 away (across a
+  // cell border, were the cells narrower than the critical distance), C exactly 0.25
+  // away, and E as close as B (the lower index wins); D touches A in one frame; F runs
+  // with G but for a NaN; H runs with I but has its first point out of the grid's reach.
+  auto still = [&](int32_t first, int32_t n, float x, float y = 5.0f) -> SpotRec& {
+    SpotRec& t = AddRaw(base, Floats(n, x), first);
+    std::fill(t.Y.data(), t.Y.data() + n, y);
+    return t;
+  };
+  still(-7, 40, 5.035f), still(-7, 40, 5.225f), still(-7, 40, 5.035f, 5.25f);
+  still(32, 20, 5.085f), still(-7, 40, 4.845f);
+  still(3, 30, 9.0f).X[12] = std::nanf(""), still(3, 30, 9.1f);
+  still(0, 30, 12.1f), still(0, 30, 12.0f).X[0] = 1e30f;
+  for (int32_t i = 0; i < base.NSpots; ++i) {
+    // Some never search nor are found.
+    base[i].Selected = (i % 9 != 4 && i != crowded + 5) || i >= base.NSpots - 9;
+    base[i].PairOffset = 77;                              // kept where no stretch closes
+    base[i].SegStart[2] = 5;
+  }
+
+  TrackStore plain, grid;
+  ASSERT_TRUE(plain.Allocate() && grid.Allocate());
+  Settings s;
+  for (const bool format2016 : {true, false})
+    for (const auto& [minRun, distance] : {std::pair{10, 0.2}, {1, 0.25}, {4, 0.25}}) {
+      SCOPED_TRACE(std::to_string(minRun) + (format2016 ? " 2016" : " old"));
+      s.MinNumDataPoints = minRun;
+      s.CriticalDistance = distance;
+      for (int32_t i = 0; i < base.NSpots; ++i) plain[i] = grid[i] = base[i];
+      plain.NSpots = grid.NSpots = base.NSpots;
+      const int32_t pairs = FindDualTracksReference(plain, s, format2016);
+      EXPECT_EQ(FindDualTracks(grid, s, format2016), pairs);
+      EXPECT_GT(pairs, 20);
+      for (int32_t i = 0; i < base.NSpots; ++i)
+        ASSERT_EQ(std::memcmp(&plain[i], &grid[i], offsetof(SpotRec, LineSlope) + sizeof(float)), 0)
+            << i;
+      const int32_t a = base.NSpots - 9;
+      EXPECT_TRUE(!format2016 || (plain[a].Partner == a + 1 && plain[a + 7].Partner == a + 8));
+    }
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <sstream>
+#include <system_error>
 #include <thread>
 
 #include "StoreTestFiles.h"
@@ -198,17 +199,29 @@ TEST(ParallelLoad, SameStoreAsReadingOneByOne) {
   std::filesystem::remove(mixedFile);
 }
 
+// Also with pools the system grants fewer threads than asked for (none, or refusing after
+// one or two have started): they carry on with what they got, and with none every task
+// runs on the calling thread; a load through such a pool matches the plain load.
 TEST(ThreadPool, ChunksCoverTheRangeOnceInFixedPieces) {
-  for (unsigned threads : {1u, 3u}) {
-    ThreadPool pool(threads);
-    EXPECT_EQ(pool.Slots(), threads);
+  const std::string file = SimulatedFile("refused.qvi", {.tracks = 300, .drift = {}});
+  for (auto [threads, granted] : {std::pair{1u, 1u}, {3u, 3u}, {4u, 0u}, {4u, 1u}, {4u, 2u}}) {
+    SCOPED_TRACE(std::to_string(threads) + " " + std::to_string(granted));
+    unsigned started = 0;
+    ThreadPool pool(threads, [&, granted = granted](std::function<void()> body) {
+      if (started == granted) throw std::system_error(EAGAIN, std::generic_category());
+      ++started;
+      return std::thread(std::move(body));
+    });
+    EXPECT_TRUE(pool.Slots() == std::max(granted, 1u) && pool.Threaded() == (granted > 0));
+    const std::thread::id caller = std::this_thread::get_id();
     for (auto [begin, end, grain] : {std::array<int64_t, 3>{0, 1000, 7}, {5, 6, 100}, {-20, 20, 0},
                                      {3, 3, 4}}) {
       std::vector<std::atomic<int>> hits(static_cast<size_t>(std::max<int64_t>(end - begin, 0)));
       std::atomic<bool> bad{false};
       pool.ParallelFor(begin, end, grain, [&](int64_t from, int64_t to, unsigned worker) {
         const int64_t piece = std::max<int64_t>(grain, 1);
-        if ((from - begin) % piece != 0 || to != std::min(end, from + piece) || worker >= pool.Slots())
+        if ((from - begin) % piece != 0 || to != std::min(end, from + piece) ||
+            worker >= pool.Slots() || (granted == 0 && std::this_thread::get_id() != caller))
           bad = true;
         for (int64_t i = from; i < to; ++i) ++hits[static_cast<size_t>(i - begin)];
       });
@@ -224,7 +237,17 @@ TEST(ThreadPool, ChunksCoverTheRangeOnceInFixedPieces) {
       });
     pool.Wait();
     for (int64_t i = 0; i < 500; ++i) ASSERT_EQ(out[static_cast<size_t>(i)], i * i);
+
+    Settings s;
+    auto scratch = std::make_unique<MsdScratch>();
+    TrackStore plain, fast;
+    QviReader a, b;
+    ASSERT_TRUE(plain.Allocate() && fast.Allocate() && a.Open(file) && b.Open(file));
+    ReadTracksReference(a, plain, s, {}, *scratch);
+    EXPECT_EQ(ReadTracksParallel(b, fast, s, {}, pool, *scratch), QviStop::EndOfFile);
+    ExpectSameStores(plain, fast, 300);
   }
+  std::filesystem::remove(file);
 }
 
 TEST(ParallelLoad, ProgressOfLoads) {

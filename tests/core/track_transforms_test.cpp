@@ -1,6 +1,11 @@
 // "Rotate Tracks Left to Right" and "Fit Tracks Together", and every FILTER and transform
 // command on stores that give them little to work with.
+#include <cstring>
+
 #include "TrackBuilders.h"
+#include "edit/Transforms.h"
+#include "sim/SimOutput.h"
+#include "sim/Simulator.h"
 
 using TrackTransforms = FormTest;
 
@@ -87,6 +92,65 @@ TEST_F(TrackTransforms, FitTracksTogetherPassesInOrder) {
     EXPECT_TRUE(Frames(t->Y, 3) == Floats(3, 1) && t->SecondHalf == 1);
   }
   EXPECT_TRUE(platform.messages.empty());
+}
+
+// The fast passes against the plain ones, bit for bit, on: the mixed preset (20..400
+// points); 600 walks of 40 points round 16 µm, many across the power of two, so that
+// most passes run on the kept shifts and whole stretches are skipped; and random walks of
+// 1..60 points round 2, 16 or -3, with a NaN, an infinity, equal lengths, and a track
+// whose arrays hold fewer floats than NPoints says.
+TEST(FitTracksTogetherFast, SameFloatsAsThePlainPasses) {
+  Noise noise(17);
+  std::vector<TrackStore> stores(3);
+  for (TrackStore& s : stores) ASSERT_TRUE(s.Allocate());
+  PopulationPlan mixed;
+  mixed.mixed = true;
+  AddSimulatedTracks(stores[0], MakePopulation(mixed), nullptr);
+  auto walk = [&](TrackStore& s, int n, double x, double y, double sd) -> SpotRec& {
+    const XY w = Walk(noise, n, sd);  // from (10, 10)
+    SpotRec& t = AddRaw(s, w.x);
+    for (int k = 0; k < n; ++k) {
+      t.X[k] = static_cast<float>(w.x[k] - 10 + x);
+      t.Y[k] = static_cast<float>(w.y[k] - 10 + y);
+    }
+    return t;
+  };
+  for (int i = 0; i < 600; ++i) walk(stores[1], 40, 16 + 0.3 * noise.Normal(), 40, 0.02);
+  for (int i = 0; i < 150; ++i) {
+    const double centre[] = {2, 16, -3};
+    walk(stores[2], 1 + static_cast<int>(noise.Uniform() * 60), centre[i % 3] + noise.Normal(),
+         centre[(i / 3) % 3], 0.001 + 0.05 * noise.Uniform());
+  }
+  stores[2][5].X[3] = std::nanf("");
+  stores[2][7].Y[0] = std::numeric_limits<float>::infinity();
+  stores[2][9].NPoints = stores[2][9].X.size() + 2;
+
+  for (TrackStore& base : stores) {
+    TrackStore plain, fast;
+    ASSERT_TRUE(plain.Allocate() && fast.Allocate());
+    for (int32_t i = 0; i < base.NSpots; ++i) plain[i] = fast[i] = base[i];
+    plain.NSpots = fast.NSpots = base.NSpots;
+    FitTracksTogetherReference(plain);
+    std::vector<double> shares;
+    EXPECT_TRUE(FitTracksTogether(fast, [&](double f) { return shares.push_back(f), true; }));
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()) && shares.back() == 1.0);
+    for (int32_t i = 0; i < base.NSpots; ++i) {
+      const size_t bytes = sizeof(float) * static_cast<size_t>(base[i].X.size());
+      ASSERT_TRUE(std::memcmp(plain[i].X.data(), fast[i].X.data(), bytes) == 0 &&
+                  std::memcmp(plain[i].Y.data(), fast[i].Y.data(), bytes) == 0 &&
+                  plain[i].SecondHalf == fast[i].SecondHalf)
+          << i;
+    }
+    // Stopped at the first report: false, and unless that came at the end (the 600 walks
+    // take several), not every track has been a reference.
+    for (int32_t i = 0; i < base.NSpots; ++i) fast[i] = base[i];
+    double stoppedAt = 0;
+    EXPECT_FALSE(FitTracksTogether(fast, [&](double f) { return stoppedAt = f, false; }));
+    int32_t marked = 0;
+    for (int32_t i = 0; i < base.NSpots; ++i) marked += fast[i].SecondHalf;
+    EXPECT_TRUE(stoppedAt == 1.0 ? marked == base.NSpots : marked < base.NSpots);
+    EXPECT_TRUE(&base != &stores[1] || stoppedAt < 1.0);
+  }
 }
 
 // Every command of the main window, run twice on an empty store and on one of tracks with
