@@ -5,6 +5,8 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "app/Platform.h"
@@ -16,6 +18,8 @@ class FakePlatform : public Platform {
   std::deque<std::vector<std::string>> openAnswers;
   std::deque<std::optional<std::string>> saveAnswers;
   bool printConfirm = false;
+  // The calibration dialog's answers (pixel size µm, frame interval s); none: Cancel.
+  std::deque<std::pair<double, double>> calibrationAnswers;
   // Plays the user's part while the graph settings dialog is open.
   std::function<void(TQVgraphDlgForm&)> graphDialogScript;
 
@@ -32,6 +36,7 @@ class FakePlatform : public Platform {
   int printed = 0;
   bool mainClosed = false;
   int graphDialogs = 0;
+  std::vector<std::string> calibrationAsked;  // the files
 
   void ShowMessage(const std::string& text) override { messages.push_back(text); }
   std::optional<std::string> InputQuery(const std::string& c, const std::string& p,
@@ -59,6 +64,7 @@ class FakePlatform : public Platform {
   void ShowViewer() override { ++viewerShown; }
   void CloseViewer() override { ++viewerClosed; }
   void CloseMainWindow() override { mainClosed = true; }
+  bool AskCalibration(const std::string& file, CalibrationRequest& request) override;
   void ShowGraphDialog(TQVgraphDlgForm& dialog) override {
     ++graphDialogs;
     if (graphDialogScript) graphDialogScript(dialog);
@@ -74,3 +80,13 @@ class FakePlatform : public Platform {
     return answer;
   }
 };
+
+#include "import/ImportTypes.h"
+
+inline bool FakePlatform::AskCalibration(const std::string& file, CalibrationRequest& request) {
+  calibrationAsked.push_back(file);
+  if (calibrationAnswers.empty()) return false;
+  std::tie(request.pixelSizeUm, request.frameIntervalS) = calibrationAnswers.front();
+  calibrationAnswers.pop_front();
+  return true;
+}

@@ -40,6 +40,12 @@ const CommandRow<TMainForm> kCommands[] = {
                Answer::SaveFile),
     R::Command("File", "OpenXYtxt", "Open TXT file", &F::OpenXYtxtClick, kPoints,
                Answer::OpenFiles),
+    R::Command("File", "ImportTracks", "Import Tracks (TrackMate XML, CSV)...",
+               &F::ImportTracksClick, kPoints, Answer::OpenFiles),
+    R::Command("File", "AddTracks", "Add Tracks (TrackMate XML, CSV)...", &F::AddTracksClick,
+               kPoints, Answer::OpenFiles),
+    R::Command("File", "SaveTracksCSV", "Save Tracks as CSV", &F::SaveTracksCSVClick, kNothing,
+               Answer::SaveFile),
 
     R::SubMenu("Left", "Left-D_lat"),
     R::Radio("Left", MenuGroup::LeftPanel, "L_ShowIntens", "Show Intens Distr", &F::ChoosePanel,

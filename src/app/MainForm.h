@@ -22,6 +22,7 @@
 #include "edit/Cleaning.h"
 #include "edit/Drift.h"
 #include "edit/RunningFilters.h"
+#include "import/ImportTypes.h"
 #include "plot/TQVgraph.h"
 #include "stats/Analysis.h"
 #include "stats/MsdCurveCache.h"
@@ -130,6 +131,17 @@ class TMainForm : public ViewerHost {
   void OpenQVIFiles(const std::vector<std::string>& files);
   // Reads one QVI file into the store (replacing it when `replace`), then recomputes.
   void LoadQVIFile(const std::string& path, bool replace);
+  // Reads files of any kind the program knows, by their content: QVI files as
+  // LoadQVIFile reads them, TrackMate XML and track tables as ImportTracksFrom does. The
+  // first replaces the store when `replace`, the rest are appended.
+  void OpenTrackFiles(const std::vector<std::string>& files, bool replace);
+  // Imports a TrackMate XML file or a track table; the frame interval it gives becomes
+  // dT. A file that cannot be imported is reported and leaves the store as it was.
+  bool ImportTracksFrom(const std::string& path, bool replace);
+  // How imports read their files: calibration given by the user, column names, gaps.
+  ImportOptions ImportSettings;
+  // dT in seconds as it is, with the captions that show it.
+  void SetFrameInterval(double seconds);
 
   // --- the recomputation pass and what it is made of
   // Filters, selection, both panels, repaint.
@@ -176,6 +188,9 @@ class TMainForm : public ViewerHost {
   void AddDataFileClick();
   void SaveDataClick();
   void OpenXYtxtClick();
+  void ImportTracksClick();
+  void AddTracksClick();
+  void SaveTracksCSVClick();
   void PrintZoomClick();
   void PrintGraphsClick();
   void SaveAsBMPClick();

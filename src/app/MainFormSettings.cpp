@@ -245,6 +245,13 @@ void TMainForm::TimeMinutesClick() {
   UpdateAnalysis();
 }
 
+void TMainForm::SetFrameInterval(double seconds) {
+  S.dT = seconds;
+  const std::string ms = MillisecondsText(seconds);
+  Menu.SetCaption("DeltaTime", "Time Interval=" + ms + "ms");
+  Menu.SetCaption("Settings", "Settings(dT=" + ms + "ms)");
+}
+
 void TMainForm::StartupTimerFired() {
   if (StartupPromptDone) return;
   StartupPromptDone = true;

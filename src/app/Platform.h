@@ -8,6 +8,7 @@
 
 class Bitmap;
 class TQVgraphDlgForm;
+struct CalibrationRequest;
 
 struct FileDialog {
   std::string title;       // empty: the platform's default title
@@ -51,6 +52,12 @@ class Platform {
   // Shows the graph settings dialog modally over the graph attached to it; returns when
   // the user closes it. Every change is already written into the graph by then.
   virtual void ShowGraphDialog(TQVgraphDlgForm& dialog) = 0;
+
+  // One small dialog for what an import of `file` needs and the file does not say (pixel
+  // size, frame interval): fills in the request's needed values; false when cancelled.
+  virtual bool AskCalibration(const std::string& /*file*/, CalibrationRequest& /*request*/) {
+    return false;
+  }
 
   // How far a long job has got: `fraction` 0 when it starts, rising, 1 when it is done.
   // `what` names the job (the file being read). A platform may show nothing for short jobs.

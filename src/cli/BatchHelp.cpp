@@ -74,9 +74,21 @@ const char* ChangesText(Changes changes) {
 
 const char* const kUsageHead = R"help(usage: kinetra-batch [FILE ...] [options]
 
-Runs the analysis headless. FILEs (QVI track files) are read first, as "Open New File(s)"
-reads them: the first replaces the store, the rest are appended. Then the steps run in
-the order given, then the outputs are written.
+Runs the analysis headless. FILEs are read first: QVI track files as "Open New File(s)"
+reads them, TrackMate XML files and CSV/TSV track tables (TrackMate spots, trackpy,
+saspt, or any table through --columns) as "Import Tracks" reads them, recognised by their
+content. The first replaces the store, the rest are appended. Then the steps run in the
+order given, then the outputs are written.
+
+track files:
+  --pixel-size UM     µm per pixel, for files with positions in pixels (wins over the file's)
+  --frame-interval S  seconds per frame (wins over the file's; for QVI files it sets dT)
+  --columns MAP       the columns of another table: track=NAME,frame=NAME,x=NAME,y=NAME
+                      [,intensity=NAME][,t=NAME][,unit=px|um|nm]
+  --units px|um|nm    the unit of the positions, when the file does not say
+  --gaps split|fill   a track with missing frames: split into tracks (default), or fill
+                      the frames by linear interpolation
+  --intensity NAME    the intensity column or TrackMate spot feature (MEAN_INTENSITY_CH1, ...)
 
 steps:
   --cmd NAME          run the menu command NAME (see the list below)

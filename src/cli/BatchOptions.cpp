@@ -73,6 +73,32 @@ std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& ar
       options.each = true;
     } else if (arg == "--stop-on-error") {
       options.stopOnError = true;
+    } else if (arg == "--pixel-size" || arg == "--frame-interval") {
+      if (!value(v)) return std::nullopt;
+      const std::optional<double> number = ParseNumber(v);
+      if (!number || !(*number > 0)) {
+        error.assign(arg).append(" needs a positive number, not '").append(v).append("'");
+        return std::nullopt;
+      }
+      (arg == "--pixel-size" ? options.pixelSizeUm : options.frameIntervalS) = *number;
+    } else if (arg == "--columns") {
+      if (!value(options.columns)) return std::nullopt;
+    } else if (arg == "--intensity") {
+      if (!value(options.intensity)) return std::nullopt;
+    } else if (arg == "--units") {
+      if (!value(options.positionUnit)) return std::nullopt;
+      if (options.positionUnit != "px" && options.positionUnit != "um" &&
+          options.positionUnit != "nm") {
+        error = "--units needs px, um or nm";
+        return std::nullopt;
+      }
+    } else if (arg == "--gaps") {
+      if (!value(v)) return std::nullopt;
+      if (v != "split" && v != "fill") {
+        error = "--gaps needs split or fill";
+        return std::nullopt;
+      }
+      options.fillGaps = v == "fill";
     } else if (arg == "--size") {
       if (!value(v)) return std::nullopt;
       if (!ParseSize(v, options.width, options.height)) {

@@ -25,6 +25,13 @@ struct BatchOptions {
   bool progress = false;      // progress lines on standard error (a terminal)
   bool help = false;
   std::string helpCommand;    // --help COMMAND
+  // How track files other than QVI are read (see --help).
+  double pixelSizeUm = 0;      // --pixel-size; 0: the file's
+  double frameIntervalS = 0;   // --frame-interval; 0: the file's (or dT for QVI files)
+  std::string columns;         // --columns track=NAME,frame=NAME,...
+  std::string positionUnit;    // --units px|um|nm
+  bool fillGaps = false;       // --gaps fill
+  std::string intensity;       // --intensity NAME
   int width = 1197;
   int height = 623;
 };

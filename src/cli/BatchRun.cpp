@@ -85,16 +85,29 @@ BatchResult RunBatch(const BatchOptions& options, const std::vector<std::string>
   auto failed = [&](const std::string& what) {
     const size_t before = reported;
     for (; reported < platform.failures().size(); ++reported) {
-      result.failures.push_back(what + ": " + platform.failures()[reported]);
+      const std::string& text = platform.failures()[reported];
+      // A text that already names the file needs no second name.
+      result.failures.push_back(text.rfind(what, 0) == 0 ? text : what + ": " + text);
       messages << "kinetra-batch: failed: " << result.failures.back() << '\n';
     }
     return reported > before && options.stopOnError;
   };
 
+  ImportOptions& import = form.ImportSettings;
+  import.pixelSizeUm = options.pixelSizeUm;
+  import.frameIntervalS = options.frameIntervalS;
+  import.columns = options.columns;
+  import.intensity = options.intensity;
+  import.gaps = options.fillGaps ? GapRule::Fill : GapRule::Split;
+  import.positionUnit = options.positionUnit == "px"   ? LengthUnit::Pixel
+                        : options.positionUnit == "um" ? LengthUnit::Micrometre
+                        : options.positionUnit == "nm" ? LengthUnit::Nanometre
+                                                       : LengthUnit::Unknown;
+  // A frame interval given here holds for every file read, QVI files too.
+  if (options.frameIntervalS > 0) form.SetFrameInterval(options.frameIntervalS);
   bool stopped = false;
   for (size_t i = 0; i < files.size() && !stopped; ++i) {
-    platform.SetOpenAnswers({files[i]});
-    form.RunCommand(i == 0 ? "OpenNewFile" : "AddDataFile");
+    form.OpenTrackFiles({files[i]}, i == 0);
     stopped = failed(files[i]);
   }
   for (const BatchStep& step : options.steps) {

@@ -78,7 +78,7 @@ void MainWindow::OpenFiles(const QStringList& paths) {
   if (!form_->Ready()) return;
   std::vector<std::string> files;
   for (const QString& path : paths) files.push_back(path.toStdString());
-  form_->OpenQVIFiles(files);
+  form_->OpenTrackFiles(files, true);
   menus_->Refresh();
 }
 

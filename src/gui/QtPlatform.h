@@ -37,6 +37,8 @@ class QtPlatform : public Platform {
   void CloseViewer() override { Call(hooks_.closeViewer); }
   void CloseMainWindow() override { Call(hooks_.closeMainWindow); }
   void ShowGraphDialog(TQVgraphDlgForm& dialog) override;
+  // A small dialog for the pixel size and frame interval an import needs (CalibrationDialog.cpp).
+  bool AskCalibration(const std::string& file, CalibrationRequest& request) override;
   // A progress dialog over the window for jobs that run longer than half a second.
   void Progress(const std::string& what, double fraction) override;
 

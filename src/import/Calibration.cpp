@@ -92,8 +92,21 @@ double ResolveCalibration(const std::string& path, const ImportOptions& options,
     notes.push_back("frame interval " + Sec(file.frameIntervalS) + " from the file");
   }
 
-  const bool needPixel = used.PositionsInPixels() && !Known(used.pixelSizeUm);
-  const bool needInterval = !Known(used.frameIntervalS);
+  bool needPixel = used.PositionsInPixels() && !Known(used.pixelSizeUm);
+  bool needInterval = !Known(used.frameIntervalS);
+  CalibrationRequest request{needPixel, needInterval, 0, 0};
+  if ((needPixel || needInterval) && options.askCalibration && options.askCalibration(request)) {
+    if (needPixel && Known(request.pixelSizeUm)) {
+      used.pixelSizeUm = request.pixelSizeUm;
+      notes.push_back("pixel size " + Um(request.pixelSizeUm) + " as given");
+      needPixel = false;
+    }
+    if (needInterval && Known(request.frameIntervalS)) {
+      used.frameIntervalS = request.frameIntervalS;
+      notes.push_back("frame interval " + Sec(request.frameIntervalS) + " as given");
+      needInterval = false;
+    }
+  }
   if (needPixel || needInterval) {
     std::string what;
     if (needPixel) what = "positions are in pixels and no pixel size is known: add --pixel-size UM";

@@ -4,6 +4,7 @@
 // no store: the store is touched only by AppendImportedTracks, after a complete parse.
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -80,6 +81,14 @@ enum class GapRule {
   Fill,   // missing frames are interpolated linearly between their neighbours
 };
 
+// The values an import needs and its file does not give, for the caller to ask the user.
+struct CalibrationRequest {
+  bool needPixelSize = false;
+  bool needFrameInterval = false;
+  double pixelSizeUm = 0;     // filled in by the caller when needed
+  double frameIntervalS = 0;
+};
+
 struct ImportOptions {
   // Caller's calibration, used instead of the file's when > 0.
   double pixelSizeUm = 0;
@@ -95,6 +104,10 @@ struct ImportOptions {
   // Columns of any other table: "track=NAME,frame=NAME,x=NAME,y=NAME[,intensity=NAME]
   // [,t=NAME][,unit=px|um|nm]". Empty: recognised by the header.
   std::string columns;
+  // Asked once when a value the file needs is missing from the file and the options (the
+  // window shows one small dialog with both): fills in the needed values, or returns false
+  // (cancelled) and the import fails. Unset: the import fails naming the option to add.
+  std::function<bool(CalibrationRequest&)> askCalibration;
 };
 
 struct ImportResult {

@@ -2,24 +2,19 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <memory>
 
+#include "store/AtomicFile.h"
 #include "store/HeaderPosition.h"
 #include "store/TrackStore.h"
 
 namespace {
 
-// One file written through a line buffer; remembers the first failure.
+// One file written through a line buffer into an AtomicFile: complete or not there.
 class CsvOut {
  public:
-  explicit CsvOut(const std::string& path) : file_(std::fopen(path.c_str(), "wb")) {
-    if (file_) std::setvbuf(file_, nullptr, _IOFBF, 1 << 20);
-  }
-  ~CsvOut() {
-    if (file_) std::fclose(file_);
-  }
-  bool Open() const { return file_ != nullptr; }
+  explicit CsvOut(const std::string& path) : file_(path) { file_.Open(); }
+  bool Open() const { return file_.Stream() != nullptr; }
 
   template <typename T>
   CsvOut& Put(T value) {  // shortest round-trip form for floats and doubles
@@ -37,31 +32,23 @@ class CsvOut {
     line_[used_++] = c;
     return *this;
   }
-  bool Close() {
-    Flush();
-    const bool ok = file_ && ok_ && std::fclose(file_) == 0;
-    file_ = nullptr;
-    return ok;
-  }
+  // Writes what is left in the buffer; the file stays a temporary until Commit.
+  void Finish() { Flush(); }
+  FileWriteResult Commit() { return file_.Commit(); }
 
  private:
   void Room(size_t bytes) {
     if (used_ + bytes > sizeof line_) Flush();
   }
   void Flush() {
-    if (file_ && used_ > 0 && std::fwrite(line_, 1, used_, file_) != used_) ok_ = false;
+    if (used_ > 0) file_.Write(std::string_view(line_, used_));
     used_ = 0;
   }
 
-  std::FILE* file_;
+  AtomicFile file_;
   char line_[1 << 16];
   size_t used_ = 0;
-  bool ok_ = true;
 };
-
-int32_t Points(const SpotRec& t) {
-  return std::clamp(t.NPoints, int32_t{0}, std::min({t.Int.size(), t.X.size(), t.Y.size()}));
-}
 
 }  // namespace
 
@@ -72,19 +59,22 @@ std::string TrackValuesCsvPath(const std::string& path) {
   return path + ".tracks.csv";
 }
 
-std::string WriteTracksCsv(const std::string& path, const TrackStore& store, const TrackCsvOptions& options) {
+FileWriteResult WriteTracksCsv(const std::string& path, const TrackStore& store,
+                               const TrackCsvOptions& options) {
   const std::string valuesPath = TrackValuesCsvPath(path);
   auto points = std::make_unique<CsvOut>(path);
   auto values = std::make_unique<CsvOut>(valuesPath);
-  if (!points->Open()) return path + ": cannot write the file";
-  if (!values->Open()) return valuesPath + ": cannot write the file";
+  if (!points->Open()) return points->Commit();
+  if (!values->Open()) return values->Commit();
+  const std::string t = options.timeUnit;
   points->Text("track,frame,t_s,x_um,y_um,intensity\n");
-  values->Text("track,first_frame,n_points,aver_int,dlat_um2_s,aver_vel_um_s,s_test,step_index,"
-               "int_before,int_after,selected\n");
+  values->Text(("track,first_frame,n_points,aver_int,dlat_um2_" + t + ",aver_vel_um_" + t +
+                ",s_test,step_index,int_before,int_after,selected,dcve_um2_" + t +
+                ",sigma_cve_um,alpha\n").c_str());
   for (int32_t i = 0; i < store.NSpots; ++i) {
     const SpotRec& t = store[i];
     if (!t.Valid || (options.selectedOnly && !t.Selected)) continue;
-    const int32_t n = Points(t);
+    const int32_t n = t.ReadablePoints();
     const float originX = options.relativePositions ? HeaderOrigin(t.PosX) : 0.0f;
     const float originY = options.relativePositions ? HeaderOrigin(t.PosY) : 0.0f;
     for (int32_t k = 0; k < n; ++k) {
@@ -97,9 +87,13 @@ std::string WriteTracksCsv(const std::string& path, const TrackStore& store, con
     values->Put(i).Char(',').Put(t.FirstFrame).Char(',').Put(t.NPoints).Char(',').Put(t.AverInt);
     values->Char(',').Put(t.Dlat).Char(',').Put(t.AverVel).Char(',').Put(t.STest);
     values->Char(',').Put(t.StepIndex).Char(',').Put(t.IntBefore).Char(',').Put(t.IntAfter);
-    values->Char(',').Put(static_cast<int>(t.Selected)).Char('\n');
+    values->Char(',').Put(static_cast<int>(t.Selected)).Char(',').Put(t.Dcve);
+    values->Char(',').Put(t.SigmaCve).Char(',').Put(t.Alpha).Char('\n');
   }
-  if (!points->Close()) return path + ": cannot write the file";
-  if (!values->Close()) return valuesPath + ": cannot write the file";
-  return {};
+  points->Finish();
+  values->Finish();
+  // Both written whole before either replaces its target.
+  const FileWriteResult written = points->Commit();
+  if (!written) return written;
+  return values->Commit();
 }
