@@ -124,7 +124,7 @@ TEST_F(ImportRoundTrip, SavedCsvImportsBackToTheSameRecordsAndValues) {
   std::string header, row;
   std::getline(values, header);
   EXPECT_EQ(header, "track,first_frame,n_points,aver_int,dlat_um2_s,aver_vel_um_s,s_test,step_index,int_before,"
-                    "int_after,selected");
+                    "int_after,selected,dcve_um2_s,sigma_cve_um,alpha");
   int rows = 0;
   while (std::getline(values, row)) {
     std::replace(row.begin(), row.end(), ',', ' ');
