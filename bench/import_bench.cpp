@@ -295,6 +295,13 @@ bool EndToEndCase(const std::string& name, const std::string& csv, const std::st
 
 }  // namespace
 
+std::string WriteBenchTrackMateCsv(const std::filesystem::path& dir, int32_t tracks,
+                                   int32_t points) {
+  const std::string path = (dir / "commands-tm.csv").string();
+  WriteTrackMateCsv(path, MakeTracks(tracks, points), 0.03);
+  return path;
+}
+
 bool RunImportBench(bool shortMode, const std::filesystem::path& dir,
                     const std::function<bool(const std::string&)>& wanted) {
   const int32_t tracks = shortMode ? 1000 : 20000, points = 50;

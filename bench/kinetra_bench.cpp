@@ -25,6 +25,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "CommandBench.h"
 #include "ImportBench.h"
 #include "app/MainForm.h"
 #include "edit/DualTracks.h"
@@ -722,6 +723,10 @@ int main(int argc, char** argv) {
   }
 
   allIdentical &= RunImportBench(shortMode, dir, Wanted);
+
+  // Every menu command once on the many-track store.
+  RunCommandBench(manyFile, WriteBenchTrackMateCsv(dir, shortMode ? 1000 : 20000, 50),
+                  Size(manyTracks, manyPoints), dir, Wanted);
 
   // Editing commands, on stores of their own.
   allIdentical &= DualTrackCases(shortMode ? 400 : 4000, shortMode ? 4000 : 100000);

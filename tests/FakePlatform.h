@@ -20,6 +20,9 @@ class FakePlatform : public Platform {
   bool printConfirm = false;
   // The calibration dialog's answers (pixel size µm, frame interval s); none: Cancel.
   std::deque<std::pair<double, double>> calibrationAnswers;
+  // Cancels a job at its Nth progress report (0: never), and every report after it.
+  int cancelAtReport = 0;
+  int progressReports = 0;  // reports between the start and the end of a job
   // Plays the user's part while the graph settings dialog is open.
   std::function<void(TQVgraphDlgForm&)> graphDialogScript;
 
@@ -65,6 +68,12 @@ class FakePlatform : public Platform {
   void CloseViewer() override { ++viewerClosed; }
   void CloseMainWindow() override { mainClosed = true; }
   bool AskCalibration(const std::string& file, CalibrationRequest& request) override;
+  bool Progress(const std::string&, double fraction, bool cancellable) override {
+    if (fraction <= 0 || fraction >= 1) return true;
+    ++progressReports;
+    return !(cancellable && cancelAtReport > 0 && progressReports >= cancelAtReport);
+  }
+  bool CanCancel() const override { return true; }
   void ShowGraphDialog(TQVgraphDlgForm& dialog) override {
     ++graphDialogs;
     if (graphDialogScript) graphDialogScript(dialog);

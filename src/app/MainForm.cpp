@@ -1,7 +1,11 @@
 #include "app/MainForm.h"
 
+#include "app/CommandSnapshot.h"
+
+#include <algorithm>
 #include <cmath>
 #include <new>
+#include <optional>
 
 #include "plot/Ticks.h"
 #include "stats/ParallelValues.h"
@@ -131,9 +135,41 @@ int32_t TMainForm::SelectSpots() {
 bool TMainForm::RunCommand(std::string_view name) {
   const CommandRow<TMainForm>* row = FindCommand(Commands(), name);
   if (!row) return false;
-  if (Menu.Item(name).enabled && row->changes >= Changes::PairRule) ChangeTracks();
+  if (!Menu.Item(name).enabled) return true;
+  if (!job_.empty()) {  // a command run by another one is part of it
+    RunRow(*this, Menu, *row);
+    return true;
+  }
+  if (row->changes >= Changes::PairRule) ChangeTracks();
+  // Loads keep nothing: what they replace would be a copy of the whole store, and they
+  // take well under a second at the sizes the store holds.
+  const bool load = row->answer == Answer::OpenFiles;
+  std::optional<CommandSnapshot> before;
+  if (platform_.CanCancel() && !load) before.emplace(*this, row->changes);
+  job_ = row->caption;
+  jobCancellable_ = before.has_value();
+  jobShown_ = cancelled_ = false;
   RunRow(*this, Menu, *row);
+  if (jobShown_) platform_.Progress(job_, 1.0, jobCancellable_);
+  job_.clear();
+  if (cancelled_ && before) {
+    before->Restore(*this);
+    platform_.ShowMessage("Cancelled");
+    platform_.Repaint();
+  }
+  cancelled_ = false;
   return true;
+}
+
+bool TMainForm::KeepGoing(double fraction) {
+  if (cancelled_) return false;
+  if (job_.empty()) return true;
+  if (!jobShown_) {
+    platform_.Progress(job_, 0.0, jobCancellable_);
+    jobShown_ = true;
+  }
+  cancelled_ = !platform_.Progress(job_, std::clamp(fraction, 1e-6, 0.999), jobCancellable_);
+  return !cancelled_;
 }
 
 bool TMainForm::HasCommand(std::string_view name) const {

@@ -107,8 +107,14 @@ class TMainForm : public ViewerHost {
   std::unique_ptr<TGraphForm> GraphForm;
 
   // --- running commands
-  // Runs a command by its component name; false when there is no such command.
+  // Runs a command by its component name; false when there is no such command. Where the
+  // user can cancel (the window), what the command may change is kept first: a cancelled
+  // command is undone and says "Cancelled".
   bool RunCommand(std::string_view name);
+  // For the long loops of commands and analyses, on this thread: tells how far the
+  // running command has got (a progress dialog past half a second); false once the user
+  // cancelled it, and the loop then stops.
+  bool KeepGoing(double fraction);
   bool HasCommand(std::string_view name) const;
   // Names RunCommand accepts, in table order.
   std::vector<std::string> CommandNames() const;
@@ -268,6 +274,12 @@ class TMainForm : public ViewerHost {
   // panel's values of this one run.
   void RecomputePanels(const LineSink* instVelExport);
   void SetCaption(const std::string& caption);
+
+  // The command running now, for its progress: its caption ("" outside a command).
+  std::string job_;
+  bool jobCancellable_ = false;
+  bool jobShown_ = false;
+  bool cancelled_ = false;
 
   Platform& platform_;
   std::minstd_rand random_;

@@ -63,17 +63,18 @@ void TMainForm::LoadQVIFile(const std::string& path, bool replace) {
   std::error_code sizeError;
   const auto fileSize = std::filesystem::file_size(path, sizeError);
   const double bytes = sizeError || fileSize == 0 ? 1.0 : static_cast<double>(fileSize);
-  platform_.Progress(path, 0.0);
+  platform_.Progress("Reading " + path, 0.0);
   const PairRules rules = CurrentPairRules();
   const QviStop stop =
       PlainAnalysis
           ? ReadTracksReference(reader, Spots, S, rules, *ScratchArrays)
           : ReadTracksParallel(reader, Spots, S, rules, ThreadPool::Shared(), *ScratchArrays,
                                {[&] {
-                                 platform_.Progress(path, std::min(1.0, reader.Offset() / bytes));
+                                 platform_.Progress("Reading " + path,
+                                                    std::min(1.0, reader.Offset() / bytes));
                                }},
                                MsdCurves.get());
-  platform_.Progress(path, 1.0);
+  platform_.Progress("Reading " + path, 1.0);
   if (stop == QviStop::AllocationFailed)
     platform_.ShowError("Can not allocate memory for Int, X, Y data");
   else if (stop == QviStop::Overflow)

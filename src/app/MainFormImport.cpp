@@ -72,9 +72,9 @@ bool TMainForm::ImportTracksFrom(const std::string& path, bool replace) {
   options.askCalibration = [&](CalibrationRequest& request) {
     return platform_.AskCalibration(path, request);
   };
-  platform_.Progress(path, 0.0);
+  platform_.Progress("Importing " + path, 0.0);
   const ImportResult imported = ImportTrackFile(path, options);
-  platform_.Progress(path, 1.0);
+  platform_.Progress("Importing " + path, 1.0);
   if (!imported.ok) {
     platform_.ShowError(imported.error);
     return false;

@@ -40,6 +40,13 @@ class MenuModel {
   // The checked item of a radio group.
   const std::string& CheckedInGroup(int group) const;
 
+  // Every item as `other` has it (a cancelled command's menus put back); a change too.
+  void Replace(const MenuModel& other) {
+    items_ = other.items_;
+    index_ = other.index_;
+    ++revision_;
+  }
+
   // Grows with every change, so a view knows when to refresh.
   uint64_t Revision() const { return revision_; }
 

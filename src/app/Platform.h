@@ -60,6 +60,13 @@ class Platform {
   }
 
   // How far a long job has got: `fraction` 0 when it starts, rising, 1 when it is done.
-  // `what` names the job (the file being read). A platform may show nothing for short jobs.
-  virtual void Progress(const std::string& /*what*/, double /*fraction*/) {}
+  // `what` names the job. A platform may show nothing for short jobs. With `cancellable`
+  // the user may cancel it (the window shows a Cancel button): false is returned from then
+  // on, and the job stops and puts back what it changed.
+  virtual bool Progress(const std::string& /*what*/, double /*fraction*/,
+                        bool /*cancellable*/ = false) {
+    return true;
+  }
+  // Whether a job can be cancelled here at all (a window can; a batch run cannot).
+  virtual bool CanCancel() const { return false; }
 };

@@ -34,23 +34,24 @@ std::optional<std::string> BatchPlatform::SavePictureDialog(const FileDialog&) {
   return TakeAnswer();
 }
 
-void BatchPlatform::Progress(const std::string& what, double fraction) {
-  if (!progressOn_) return;
+bool BatchPlatform::Progress(const std::string& what, double fraction, bool) {
+  if (!progressOn_) return true;
   const auto now = std::chrono::steady_clock::now();
   if (fraction <= 0) {
     progressStart_ = now;
     progressShown_ = -1;
-    return;
+    return true;
   }
   if (fraction >= 1) {
     // A job that showed a line ends it; a short one never showed anything.
-    if (progressShown_ >= 0) messages_ << "\rReading " << what << ": 100%\n" << std::flush;
+    if (progressShown_ >= 0) messages_ << "\r" << what << ": 100%\n" << std::flush;
     progressShown_ = -1;
-    return;
+    return true;
   }
-  if (now - progressStart_ < std::chrono::milliseconds(500)) return;
+  if (now - progressStart_ < std::chrono::milliseconds(500)) return true;
   const int percent = static_cast<int>(fraction * 100);
-  if (percent == progressShown_) return;
+  if (percent == progressShown_) return true;
   progressShown_ = percent;
-  messages_ << "\rReading " << what << ": " << percent << "%" << std::flush;
+  messages_ << "\r" << what << ": " << percent << "%" << std::flush;
+  return true;
 }

@@ -50,7 +50,7 @@ class BatchPlatform : public Platform {
   void ShowGraphDialog(TQVgraphDlgForm&) override {}
   // Long jobs show a percentage on one line of the message stream, rewritten in place;
   // only when enabled (the batch tool enables it when stderr is a terminal).
-  void Progress(const std::string& what, double fraction) override;
+  bool Progress(const std::string& what, double fraction, bool cancellable) override;
   void EnableProgress(bool on) { progressOn_ = on; }
 
   const std::string& caption() const { return caption_; }

@@ -117,22 +117,24 @@ void QtPlatform::ShowGraphDialog(TQVgraphDlgForm& dialog) {
   window.exec();
 }
 
-void QtPlatform::Progress(const std::string& what, double fraction) {
+bool QtPlatform::Progress(const std::string& what, double fraction, bool cancellable) {
   constexpr int kSteps = 1000;
   if (fraction <= 0) {
     delete progress_;
-    progress_ = new QProgressDialog(ToQt("Reading " + what), QString(), 0, kSteps, parent_);
+    progress_ = new QProgressDialog(ToQt(what), cancellable ? QString("Cancel") : QString(), 0,
+                                    kSteps, parent_);
     progress_->setWindowModality(Qt::WindowModal);  // setValue then keeps the window painted
     progress_->setMinimumDuration(500);
     progress_->setAutoClose(false);
     progress_->setValue(0);
-    return;
+    return true;
   }
-  if (!progress_) return;
+  if (!progress_) return true;
   if (fraction >= 1) {
     delete progress_;
     progress_ = nullptr;
-    return;
+    return true;
   }
   progress_->setValue(static_cast<int>(fraction * kSteps));
+  return !progress_->wasCanceled();
 }

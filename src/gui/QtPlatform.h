@@ -40,7 +40,8 @@ class QtPlatform : public Platform {
   // A small dialog for the pixel size and frame interval an import needs (CalibrationDialog.cpp).
   bool AskCalibration(const std::string& file, CalibrationRequest& request) override;
   // A progress dialog over the window for jobs that run longer than half a second.
-  void Progress(const std::string& what, double fraction) override;
+  bool Progress(const std::string& what, double fraction, bool cancellable) override;
+  bool CanCancel() const override { return true; }
 
  private:
   template <typename F, typename... Args>

@@ -100,6 +100,9 @@ struct AnalysisContext {
   // straightforward loops on this thread, the reference the others are held against).
   MsdCurveCache* Curves = nullptr;
   ThreadPool* Pool = nullptr;
+  // For long runs, on this thread: tells how far the run has got; false once the user
+  // cancelled the command, and the run then stops (what it left is put back).
+  std::function<bool(double)> KeepGoing = [](double) { return true; };
   // "Save Dlat - InstVel Data": the instant-velocity run of this pass hands it one line
   // per value ("Dlat\tvelocity\n").
   const LineSink* InstVelExport = nullptr;

@@ -221,7 +221,9 @@ PanelResults CalcJumpDistr(AnalysisContext& context, TQVgraph& graph) {
   options.shownLag = shownLag;
   options.binCentres.assign(x, x + points);
   options.pool = context.Pool;
+  options.progress = context.KeepGoing;
   const JumpFitResult fit = FitJumpStates(jumps, options);
+  if (fit.cancelled) return {};
   const int32_t states = S.JumpStates >= 1 && S.JumpStates <= kMaxJumpStates ? S.JumpStates
                                                                              : fit.chosen;
   const JumpModel* model = states > 0 ? &fit.models[states - 1] : nullptr;

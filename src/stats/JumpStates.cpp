@@ -197,10 +197,19 @@ void Bootstrap(JumpFitResult& result, const Inputs& in, int32_t tracksGiven,
       }
     }
   };
-  if (options.pool && options.pool->Threaded())
-    options.pool->ParallelFor(0, B, 1, replicate);
-  else
-    replicate(0, B, 0);
+  // In batches, so that progress is told (and a cancel heard) on the calling thread.
+  const int64_t batch = options.pool ? 2 * static_cast<int64_t>(options.pool->Slots()) : 1;
+  for (int64_t from = 0; from < B; from += batch) {
+    const int64_t to = std::min<int64_t>(B, from + batch);
+    if (options.pool && options.pool->Threaded())
+      options.pool->ParallelFor(from, to, 1, replicate);
+    else
+      replicate(from, to, 0);
+    if (options.progress && !options.progress(0.5 + 0.5 * static_cast<double>(to) / B)) {
+      result.cancelled = true;
+      return;
+    }
+  }
 
   for (int32_t k = 0; k < kMaxJumpStates; ++k) {
     JumpModel& model = result.models[k];
@@ -311,6 +320,11 @@ JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options)
   MixtureModel one = OneStateStart(in.classes, setup, fixedS);
   const double ll1 = MixtureFitter(in.classes, setup).Fit(one, nullptr, pool, kFinalLimits);
   FillModel(result.models[0], one, ll1, in.jumps, setup.fitSigma);
+  auto stopped = [&](double fraction) {
+    result.cancelled = options.progress && !options.progress(fraction);
+    return result.cancelled;
+  };
+  if (stopped(0.1)) return result;
 
   const double D = std::max(one.D[0], 1e-3 * setup.aRef / setup.dT), s = one.s;
   double ll2 = 0, ll3 = 0;
@@ -327,6 +341,7 @@ JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options)
     ll2 = ll1;
   }
   FillModel(result.models[1], two, ll2, in.jumps, setup.fitSigma);
+  if (stopped(0.25)) return result;
 
   const double Da = std::max(two.D[0], 1e-4 * D), Db = std::max(two.D[1], Da * 1.5);
   const double Fa = two.F[0], Fb = two.F[1];
@@ -343,6 +358,7 @@ JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options)
     ll3 = ll2;
   }
   FillModel(result.models[2], three, ll3, in.jumps, setup.fitSigma);
+  if (stopped(0.5)) return result;
 
   // The fewest states unless more lower the BIC.
   result.chosen = 1;
@@ -352,6 +368,7 @@ JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options)
       result.chosen = k;
 
   Bootstrap(result, in, jumps.tracksGiven, options);
+  if (result.cancelled) return result;
   for (JumpModel& m : result.models) FillCurves(m, in, result.shownLag, options.binCentres);
   result.note = JumpNote(result, result.chosen);
   return result;

@@ -10,6 +10,7 @@
 // state), which differs from that of r by a constant only and stays finite when jumps
 // are exactly zero.
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,9 @@ struct JumpFitOptions {
   int32_t shownLag = 1;             // the lag of the curves and of the note's jump count
   std::vector<double> binCentres = {};  // µm, where the curves are evaluated
   ThreadPool* pool = nullptr;       // null: everything on the calling thread
+  // Called on the calling thread between the fits and the bootstrap's batches with the
+  // share done; false stops the fit (the result is then marked cancelled).
+  std::function<bool(double)> progress = {};
 };
 
 struct JumpInterval {
@@ -67,6 +71,7 @@ struct JumpFitResult {
   // 14316 tracks, 46282 jumps)"
   std::string note;
   std::string warning;  // empty, or why the fit is limited (shown to the user)
+  bool cancelled = false;  // progress said stop: the result is incomplete
 };
 
 JumpFitResult FitJumpStates(const JumpSet& jumps, const JumpFitOptions& options);

@@ -14,7 +14,9 @@ inline constexpr int32_t kMaxTracks = 100000;
 // Joint or stopping stretches a track remembers.
 inline constexpr int kMaxSegments = 6;
 
-struct SpotRec {
+// Everything of a track but its frames: what a command that only changes flags, header
+// values or per-track results may change, copied as a whole.
+struct SpotHeader {
   uint8_t Selected = 0;
   uint8_t Valid = 0;
   uint8_t FastFlag = 0;
@@ -45,11 +47,15 @@ struct SpotRec {
   float Dcve = 0;
   float SigmaCve = 0;
   float Alpha = 0;
+
+  int32_t StopCount() const { return SegLen[0]; }
+};
+
+struct SpotRec : SpotHeader {
   FrameArray Int;
   FrameArray X;
   FrameArray Y;
 
-  int32_t StopCount() const { return SegLen[0]; }
   // Frames every loop may read: NPoints, never below 0 (a negative count means no
   // points) and never past the end of any of the three arrays or past kMaxPoints.
   int32_t ReadablePoints() const;

@@ -369,7 +369,9 @@ TEST(DualTracksGrid, SameRecordsAsThePlainSearch) {
       EXPECT_EQ(FindDualTracks(grid, s, format2016), pairs);
       EXPECT_GT(pairs, 20);
       for (int32_t i = 0; i < base.NSpots; ++i)
-        ASSERT_EQ(std::memcmp(&plain[i], &grid[i], offsetof(SpotRec, LineSlope) + sizeof(float)), 0)
+        ASSERT_EQ(std::memcmp(static_cast<const SpotHeader*>(&plain[i]),
+                              static_cast<const SpotHeader*>(&grid[i]), sizeof(SpotHeader)),
+                  0)
             << i;
       const int32_t a = base.NSpots - 9;
       EXPECT_TRUE(!format2016 || (plain[a].Partner == a + 1 && plain[a + 7].Partner == a + 8));

@@ -253,8 +253,9 @@ TEST(ThreadPool, ChunksCoverTheRangeOnceInFixedPieces) {
 TEST(ParallelLoad, ProgressOfLoads) {
   struct ProgressPlatform : FakePlatform {
     std::vector<std::pair<std::string, double>> progress;
-    void Progress(const std::string& what, double fraction) override {
+    bool Progress(const std::string& what, double fraction, bool) override {
       progress.emplace_back(what, fraction);
+      return true;
     }
   } platform;
   const std::string file = SimulatedFile("progress.qvi", {.tracks = 50, .drift = {}});
@@ -263,8 +264,8 @@ TEST(ParallelLoad, ProgressOfLoads) {
   std::filesystem::remove(file);
   EXPECT_EQ(form.Spots.NSpots, 50);
   ASSERT_GE(platform.progress.size(), 2u);
-  EXPECT_TRUE(platform.progress.front() == std::make_pair(file, 0.0) &&
-              platform.progress.back() == std::make_pair(file, 1.0));
+  EXPECT_TRUE(platform.progress.front() == std::make_pair("Reading " + file, 0.0) &&
+              platform.progress.back() == std::make_pair("Reading " + file, 1.0));
   for (size_t i = 1; i < platform.progress.size(); ++i)
     EXPECT_GE(platform.progress[i].second, platform.progress[i - 1].second);
 
@@ -274,12 +275,12 @@ TEST(ParallelLoad, ProgressOfLoads) {
   BatchPlatform off(quiet), on(shown);
   on.EnableProgress(true);
   for (BatchPlatform* p : {&off, &on})
-    for (auto [name, fraction] : {std::pair{"short.qvi", 0.0}, {"short.qvi", 0.5}, {"short.qvi", 1.0},
-                                  {"long.qvi", 0.0}})
-      p->Progress(name, fraction);
+    for (auto [name, fraction] : {std::pair{"Reading short.qvi", 0.0}, {"Reading short.qvi", 0.5},
+                                  {"Reading short.qvi", 1.0}, {"Reading long.qvi", 0.0}})
+      p->Progress(name, fraction, false);
   std::this_thread::sleep_for(std::chrono::milliseconds(550));
   for (BatchPlatform* p : {&off, &on})
-    for (double fraction : {0.25, 0.251, 0.5, 1.0}) p->Progress("long.qvi", fraction);
+    for (double fraction : {0.25, 0.251, 0.5, 1.0}) p->Progress("Reading long.qvi", fraction, false);
   EXPECT_EQ(quiet.str(), "");
   EXPECT_EQ(shown.str(), "\rReading long.qvi: 25%\rReading long.qvi: 50%\rReading long.qvi: 100%\n");
 }
