@@ -36,6 +36,12 @@ inline std::string WriteFile(const std::string& name, const std::string& bytes) 
   return path;
 }
 
+inline std::string Repeat(const std::string& text, int n) {
+  std::string out;
+  while (n-- > 0) out += text;
+  return out;
+}
+
 inline std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
