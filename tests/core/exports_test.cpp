@@ -62,9 +62,6 @@ struct ExportForm {
 struct Exports : ::testing::Test, ExportForm {};
 
 TEST_F(Exports, GeneralFormIsGcvtAndTruncationGoesTowardZero) {
-  EXPECT_EQ(FormatG(100000, 5) + " " + FormatG(99999, 5) + " " + FormatG(123456, 5) + " " +
-                FormatG(1e-5, 5) + " " + FormatG(3.14159, 4),
-            "1e+05 99999 1.2346e+05 1e-05 3.142");
   // Against the C library's own gcvt over values of every size.
   std::mt19937_64 random(7);
   char expected[64];
@@ -274,9 +271,10 @@ TEST_F(Exports, StopTimesGateThenOneLinePerStretchedTrack) {
 }
 
 TEST_F(Exports, DlatInstVelRightPanelRunWritesEveryStepThenDisarms) {
-  form.S.dT = 0.5, form.S.VelocityStep = 1;
-  for (int t = 0; t < 3; ++t) AddLine(6).Dlat = 0.25f;  // 4 steps of 1 um in 0.5 s each
-  EXPECT_EQ(Save("SaveDlatInstVelData"), Repeat("0.25\t2\n", 12));
+  // 2 steps of 3 frames, 3 um in 0.09 s (T as a float): 33.333 um/s; both cut to 0.001.
+  form.S.dT = 0.03;
+  for (int t = 0; t < 3; ++t) AddLine(6).Dlat = 0.1234f;
+  EXPECT_EQ(Save("SaveDlatInstVelData"), Repeat("0.123\t33.333\n", 6));
   EXPECT_TRUE(form.Menu.Checked("R_ShowInstantVel"));
 
   // Too few tracks selected: the panel pass does not run and nothing is written.
