@@ -110,6 +110,19 @@ inline void AddOld(Bytes& b, const Track& t) {
   for (int k = 0; k < t.frames(); ++k) b.Float(t.in[k]).Float(t.x[k]).Float(t.y[k]);
 }
 
+// `count` tracks of `frames` frames made from seeds seed, seed + 1, ...
+inline std::vector<Track> Tracks(int count, int frames, int seed) {
+  std::vector<Track> out;
+  for (int i = 0; i < count; ++i) out.push_back(MakeTrack(frames, seed + i));
+  return out;
+}
+
+inline std::string PlanarFile(const std::string& name, const std::vector<Track>& tracks) {
+  Bytes b;
+  for (const Track& t : tracks) AddPlanar(b, 2016, t);
+  return WriteFile(name, b.str());
+}
+
 // Whatever was read, the store must stay usable by every analysis.
 inline void ExpectStoreConsistent(const TMainForm& form) {
   const TrackStore& store = form.Spots;

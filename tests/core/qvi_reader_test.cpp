@@ -37,19 +37,6 @@ static void ExpectFrames(const SpotRec& s, const Track& t, int n) {
                                   static_cast<int32_t>(t.firstFrame), 1, -1, 0}));
 }
 
-static std::string PlanarFile(const std::string& name, const std::vector<Track>& tracks,
-                       int32_t marker = 2016) {
-  Bytes b;
-  for (const Track& t : tracks) AddPlanar(b, marker, t);
-  return WriteFile(name, b.str());
-}
-
-static std::vector<Track> Tracks(int count, int frames, int seed) {
-  std::vector<Track> out;
-  for (int i = 0; i < count; ++i) out.push_back(MakeTrack(frames, seed + i));
-  return out;
-}
-
 using QviReading = FormTest;
 
 TEST_F(QviReading, EveryLayoutWithItsFlagsAndCaptions) {
