@@ -36,6 +36,12 @@ inline std::string WriteFile(const std::string& name, const std::string& bytes) 
   return path;
 }
 
+inline std::string Repeat(const std::string& text, int n) {
+  std::string out;
+  while (n-- > 0) out += text;
+  return out;
+}
+
 inline std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
@@ -102,6 +108,19 @@ inline void AddPlanar(Bytes& b, int32_t marker, const Track& t, float count = -1
 inline void AddOld(Bytes& b, const Track& t) {
   b.Float(t.posX).Float(t.posY).Float(static_cast<float>(t.frames() + 1)).Float(t.firstFrame);
   for (int k = 0; k < t.frames(); ++k) b.Float(t.in[k]).Float(t.x[k]).Float(t.y[k]);
+}
+
+// `count` tracks of `frames` frames made from seeds seed, seed + 1, ...
+inline std::vector<Track> Tracks(int count, int frames, int seed) {
+  std::vector<Track> out;
+  for (int i = 0; i < count; ++i) out.push_back(MakeTrack(frames, seed + i));
+  return out;
+}
+
+inline std::string PlanarFile(const std::string& name, const std::vector<Track>& tracks) {
+  Bytes b;
+  for (const Track& t : tracks) AddPlanar(b, 2016, t);
+  return WriteFile(name, b.str());
 }
 
 // Whatever was read, the store must stay usable by every analysis.

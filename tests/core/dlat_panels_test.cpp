@@ -111,9 +111,6 @@ TEST_F(DlatPanels, MSDOfOneStraightTrack) {
   // is a quarter of it) and intercept 0.01 * 47 * (93/6 - 47/2) = -3.76. Dlat: mean of
   // 0.01 k / 0.12, k = 2..49.
   EXPECT_EQ(g.Notes[0], "AverDlat=2.125µm2/s, Fit=3.916µm2/s noise=-3.76 µm2");
-  EXPECT_EQ((std::vector<int>{g.Series[1].Style, g.Series[2].Style, g.Series[3].Style}),
-            (std::vector<int>{Variation, LineCircle, Line}));
-  EXPECT_TRUE(g.Series[4].RightAxis && g.Series[4].Show && !g.Series[2].RightAxis);
   EXPECT_EQ(g.Y0Title + "|" + g.XTitle + "|" + g.Y1Title, "MSD (µm2)|dT (s)|Number of objects");
   EXPECT_FLOAT_EQ(g.LastXval, 48 * 0.03f);
   EXPECT_FLOAT_EQ(g.LastY1val, 4.0f / 3);

@@ -10,13 +10,6 @@
 #include "sim/SimOutput.h"
 #include "sim/Simulator.h"
 
-// `count` empty cells of the Green tables.
-static std::string Blank(int count) {
-  std::string cells;
-  while (count-- > 0) cells += " \t";
-  return cells;
-}
-
 // Partner, stretch of slot 0, lone frames before/after, frames to binding.
 static std::string PairText(const SpotRec& t) {
   return std::to_string(t.Partner) + " " + std::to_string(t.SegStart[0]) + "+" +
@@ -143,7 +136,7 @@ TEST_F(DualTracks, OnlyTheFirstRunOfACandidateCounts) {
   EXPECT_TRUE(form.CurSpot == 0 && platform.viewerShown == 1);
 }
 
-TEST_F(DualTracks, CutAndBindingFilter) {
+TEST_F(DualTracks, CutAndBindingFilters) {
   form.DualsFound = true;
   SpotRec& cut = AddTrack(form, {10, 11, 12, 13, 14, 15, 16, 17}, {}, {0, 1, 2, 3, 4, 5, 6, 7}, 100);
   cut.SegStart[0] = 2, cut.SegLen[0] = 3;
@@ -161,12 +154,9 @@ TEST_F(DualTracks, CutAndBindingFilter) {
   EXPECT_EQ(Frames(cut.Int, 3), (Floats{4, 3, 4}));
   EXPECT_TRUE(cut.FirstFrame == 104 && platform.messages.empty());
 
-}
-
-TEST_F(DualTracks, DynamicBindingNeedsThreeLoneFramesEachSide) {
-  // 3 and 3 keeps the searcher and brings its partner back; 3 and 2 drops both; an
-  // inactive searcher stays out and does not revive its partner.
-  form.DualsFound = true;
+  // Dynamic binding: 3 and 3 lone frames keep the searcher and bring its partner back; 3 and
+  // 2 drop both; an inactive searcher stays out and does not revive its partner.
+  form.Spots.NSpots = 0;
   for (int k = 0; k < 6; ++k) AddTrack(form, {1, 2, 3});
   for (auto [s, p, before, after] : {std::array{0, 1, 3, 3}, {2, 3, 3, 2}, {4, 5, 5, 5}}) {
     SpotRec& t = form.Spots[s];
@@ -299,7 +289,7 @@ TEST_F(DualTracks, GreenExportsByteForByte) {
   form.UpdateAnalysis();
   const std::string valid = ValidMask(form);
   const int repaints = platform.repaints;
-
+  const auto Blank = [](int cells) { return Repeat(" \t", cells); };  // empty cells
   std::string lateRow;
   for (int k = 5; k < 40; ++k) lateRow += std::to_string(k) + "\t";
   const std::string binding = "\n" + Blank(24) + "1.5\t2.25\t101.23\t7\t-3.45\t0\t12\t13\t" +

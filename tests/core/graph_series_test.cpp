@@ -31,14 +31,6 @@ TEST_F(GraphSeries, ClippingKeepsOnePointOutsideAndProbesPastTheEnd) {
   At(0, 10) = 0;
   Draw();
   EXPECT_EQ((std::vector<int>{g.FirstOut, g.LastOut, beeps}), (std::vector<int>{2, 10, 0}));
-
-  // With SkipMissing a valid first value in range starts the run at index 0, not FirstOut.
-  g.SkipMissing = true;
-  At(0, 10) = 10;
-  for (int i = 0; i < 10; ++i) At(1, i) = 1;
-  Draw();
-  ASSERT_EQ(g.FirstOut, 2);
-  EXPECT_EQ(Ends(LinesIn(Colors::Blue)), (std::vector<int>{-267, -167, -67, 33, 133, 233, 333}));
 }
 
 TEST_F(GraphSeries, RangeGuards) {
@@ -75,6 +67,13 @@ TEST_F(GraphSeries, SkipMissingDrawsTheValidRunWithItsQuirks) {
   // Start after the leading gap (2), stop before the last valid point (7); the gap inside
   // the run is drawn through.
   EXPECT_EQ(Ends(LinesIn(Colors::Blue)), (std::vector<int>{113, 153, 193, 233, 273}));
+
+  // A valid first value in range starts the run at index 0, not at FirstOut (2 on 3..7).
+  g.FirstXval = 3, g.LastXval = 7;  // 100 px per unit, xOff = 267
+  for (int i = 0; i < 10; ++i) At(1, i) = 1;
+  Draw();
+  ASSERT_EQ(g.FirstOut, 2);
+  EXPECT_EQ(Ends(LinesIn(Colors::Blue)), (std::vector<int>{-267, -167, -67, 33, 133, 233, 333}));
 }
 
 TEST_F(GraphSeries, EachStyleDrawsItsPrimitives) {

@@ -1,4 +1,4 @@
-// Picture output: composing the panels, the BMP bytes, and the three file-menu commands.
+// Picture output: composing the panels, the BMP bytes, and the save and print commands.
 #include <filesystem>
 #include <map>
 
@@ -72,9 +72,17 @@ TEST(PictureOutput, Bmp24BytesByHand) {
   EXPECT_TRUE(EncodeBmp24(empty).empty() && !WriteBmp24(bitmap, "/nonexistent-folder/x.bmp"));
 }
 
-TEST(PictureOutput, SaveAsBMPWritesTheComposedPicture) {
+TEST(PictureOutput, SaveAsBmpAndPrintTheComposedPicture) {
+  struct ZoomRecordingPlatform : FakePlatform {
+    std::vector<int> zooms, widths;
+    void PrintBitmap(const Bitmap& picture, int zoom) override {
+      FakePlatform::PrintBitmap(picture, zoom);
+      zooms.push_back(zoom);
+      widths.push_back(picture.Width());
+    }
+  };
   RecordingFactoryScope factory;
-  FakePlatform platform;
+  ZoomRecordingPlatform platform;
   TMainForm form(platform);
   form.FormResize(1197, 623, 20);
   const std::string path = TempPath("picture-save.bmp");
@@ -92,76 +100,26 @@ TEST(PictureOutput, SaveAsBMPWritesTheComposedPicture) {
   ASSERT_EQ(b.size(), 54u + 3592u * 603u);
   EXPECT_TRUE(Read32(b, 18) == 1197u && Read32(b, 22) == 603u);
   std::filesystem::remove(path);
-
   form.RunCommand("SaveAsBMP");  // cancelled: nothing written, nothing said
   EXPECT_TRUE(!std::filesystem::exists(path) && platform.messages.empty());
-
   platform.saveAnswers.push_back("/nonexistent-folder/x.bmp");
   form.RunCommand("SaveAsBMP");
   EXPECT_EQ(platform.messages, Texts{"Can not open file to write data"});
-
-  platform.messages.clear();
-  SetBitmapFactory(nullptr);  // no bitmap can be made: the save's own message
-  form.RunCommand("SaveAsBMP");
-  EXPECT_EQ(platform.messages, Texts{"BMP eror"});
-}
-
-TEST(PictureOutput, PrintGraphsAndPrintBitmap) {
-  struct ZoomRecordingPlatform : FakePlatform {
-    std::vector<int> zooms, widths;
-    void PrintBitmap(const Bitmap& picture, int zoom) override {
-      FakePlatform::PrintBitmap(picture, zoom);
-      zooms.push_back(zoom);
-      widths.push_back(picture.Width());
-    }
-  };
-  RecordingFactoryScope factory;
-  ZoomRecordingPlatform platform;
-  TMainForm form(platform);
-  form.FormResize(1197, 623, 20);
 
   form.RunCommand("PrintGraphs");  // print dialog cancelled
   EXPECT_EQ(platform.printed, 0);
   platform.printConfirm = true, form.S.PrintZoom = 3;
   form.RunCommand("PrintGraphs");
-  EXPECT_EQ(platform.zooms, std::vector<int>{3});
-  EXPECT_EQ(platform.widths, std::vector<int>{1197});
-
+  EXPECT_TRUE(platform.zooms == std::vector<int>{3} && platform.widths == std::vector<int>{1197});
+  platform.messages.clear();
   RecordingBitmap empty(0, 0);  // no device-independent form
   form.PrintBitmap(empty);
   EXPECT_TRUE(platform.messages == Texts{"Can not allocate print buffer"} && platform.printed == 1);
 
+  // No bitmap can be made: each command's own message.
   platform.messages.clear();
   SetBitmapFactory(nullptr);
+  form.RunCommand("SaveAsBMP");
   form.RunCommand("PrintGraphs");
-  EXPECT_EQ(platform.messages, Texts{"BMP allocation ERROR"});
-}
-
-TEST(PictureOutput, PrintZoomPrompt) {
-  FakePlatform platform;
-  TMainForm form(platform);
-  EXPECT_EQ(form.Menu.Caption("PrintZoom"), "Print Zoom=2");
-  const struct {
-    const char* answer;
-    int zoom;
-    const char* caption;
-    bool message;
-  } steps[] = {
-      {"3", 3, "PrintZoom=3", false},    {"21", 3, "PrintZoom=3", true},
-      {"0", 3, "PrintZoom=3", true},     {"abc", 1, "PrintZoom=1", false},
-      {"20", 20, "PrintZoom=20", false}, {"-4", 20, "PrintZoom=20", true},
-  };
-  for (const auto& step : steps) {
-    SCOPED_TRACE(step.answer);
-    platform.messages.clear();
-    platform.promptAnswers.push_back(step.answer);
-    form.RunCommand("PrintZoom");
-    EXPECT_EQ(form.S.PrintZoom, step.zoom);
-    EXPECT_EQ(form.Menu.Caption("PrintZoom"), step.caption);
-    EXPECT_EQ(platform.messages, step.message ? Texts{"Print Zoom Out of Order"} : Texts{});
-  }
-  EXPECT_EQ(platform.prompts.front() + " " + platform.prompts.back(),
-            "Set Print Zoom/Scale|Zoom=|2 Set Print Zoom/Scale|Zoom=|20");
-  form.RunCommand("PrintZoom");  // cancelled
-  EXPECT_EQ(form.S.PrintZoom, 20);
+  EXPECT_EQ(platform.messages, (Texts{"BMP eror", "BMP allocation ERROR"}));
 }

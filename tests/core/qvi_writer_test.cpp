@@ -78,9 +78,7 @@ TEST(QviWriter, NothingSelectedAndFailures) {
               platform.dialogs.empty());
   platform.messages.clear();
 
-  Bytes b;
-  AddPlanar(b, 2016, MakeTrack(5, 1));
-  form.LoadQVIFile(WriteFile("one.qvi", b.str()), true);
+  form.LoadQVIFile(PlanarFile("one.qvi", {MakeTrack(5, 1)}), true);
   form.Menu.SetChecked("ShowLong", true);
   form.UpdateAnalysis();  // LenThresh 100: nothing selected
   ASSERT_EQ(form.Spots.NSelected, 0);

@@ -57,9 +57,7 @@ TEST_F(TxtImport, RowsAndSyntheticTracks) {
 }
 
 TEST_F(TxtImport, ReplacesFirstRecordsAndOpenErrorKeepsTheStore) {
-  Bytes b;
-  for (int i = 0; i < 20; ++i) AddPlanar(b, 2016, MakeTrack(4, i));
-  form.LoadQVIFile(WriteFile("twenty.qvi", b.str()), true);
+  form.LoadQVIFile(PlanarFile("twenty.qvi", Tracks(20, 4, 0)), true);
   ASSERT_EQ(form.Spots.NSpots, 20);
 
   platform.openAnswers.push_back({WriteFile("short.txt", "1\t2\n3\t4\n")});

@@ -25,7 +25,6 @@ class ViewerTest : public ::testing::Test {
     const float* row = viewer.Data.get() + static_cast<size_t>(r) * kViewerStride;
     return Floats(row, row + n);
   }
-  bool Shown(int k) const { return viewer.Graph.Series[k].Show; }
 };
 
 TEST_F(ViewerTest, TrimsKeepThreePointsAndRecompute) {
@@ -119,7 +118,7 @@ TEST_F(ViewerTest, SaveDataAsTxtWritesTheShownSeries) {
   EXPECT_EQ(platform.messages, (std::vector<std::string>{"Can not open file to write data"}));
 }
 
-TEST_F(ViewerTest, StatusLineAndVerdict) {
+TEST_F(ViewerTest, StatusLineVerdictAndDerivedViews) {
   // X alternates by 0.2 µm: MSD is 0.04 at odd lags and 0 at even ones, so
   // Dlat = (0 + 0.04/(4*3*0.03) + 0 + 0.04/(4*5*0.03)) / 4 = 0.0444; every step of 3
   // frames is 0.2 µm in 0.09 s: 2.222 µm/s.
@@ -139,6 +138,47 @@ TEST_F(ViewerTest, StatusLineAndVerdict) {
   form.SelectSpots();
   viewer.DrawTrack();
   EXPECT_TRUE(viewer.Graph.CrossOut && !TGraphForm::GoodTrack(form.Spots[1], form.S));
+
+  viewer.ShowSpot(0);
+  viewer.RunCommand("Show_MSD_dT");
+  EXPECT_TRUE(viewer.ShowName == "Show_(MSD-dT)" && viewer.Graph.DataEnd == 5);
+  EXPECT_EQ(Row(0, 5), (Floats{0.03f, 2 * 0.03f, 3 * 0.03f, 4 * 0.03f, 5 * 0.03f}));
+  EXPECT_TRUE(std::fabs(Row(1, 5)[0] - 0.04) < 1e-7 && Row(1, 5)[1] == 0) << Row(1, 5)[0];
+  EXPECT_EQ(viewer.Graph.XTitle + "|" + viewer.Graph.Notes[0],
+            "dt (s)    minX=0, maxX=0.2,minY=0, maxY=0|Obj=0, Dlat=0.044µm2/s (12 points)");
+
+  // Pairs of 10 nm steps: 10 nm three times, 20 nm twice, 30 nm once, in bins of 7.2 nm.
+  // The staircase stops before the last filled bin, as in every distribution.
+  Add(0, {0, 0.01f, 0.02f, 0.03f});
+  viewer.ShowSpot(2);
+  viewer.RunCommand("ShowDistAutoCorr");
+  EXPECT_EQ(Row(4, viewer.Graph.DataEnd), (Floats{0, 0, 3, 3, 2, 2, 0, 0}));
+  EXPECT_FLOAT_EQ(Row(0, 8)[7], static_cast<float>(4 * 7.2));
+  EXPECT_EQ(viewer.Graph.XTitle + "|" + viewer.Graph.Notes[0].substr(0, 28),
+            "Distance (nm)|Obj=2, 4 dataPoints, 6 pairs");
+
+  // Points on y = 2x + 1 (absolute coordinates: header position 0).
+  Add(0, {0, 0.5f, 1, 1.5f, 2}, {1, 2, 3, 4, 5}, {100, 104, 108, 112, 116});
+  viewer.ShowSpot(3);
+  viewer.RunCommand("UseRelativeXY");
+  viewer.RunCommand("ShowXverYgraph");
+  EXPECT_TRUE(viewer.Graph.Notes[0] == "Obj=3 (5points), Slope=2 offSet=1" &&
+              Row(4, 5) == (Floats{1, 2, 3, 4, 5}));
+  viewer.Render();
+  viewer.DrawTrack();  // now from a layout of this view
+  viewer.Render();
+  EXPECT_NEAR(viewer.Graph.XScale / viewer.Graph.Y0Scale, 1, 0.03);
+  viewer.RunCommand("ShowYverIntens");
+  EXPECT_EQ(Row(0, 5), (Floats{100, 104, 108, 112, 116}));
+  EXPECT_EQ(viewer.Graph.Notes[0] + "|" + viewer.Graph.XTitle,
+            "Obj=3 (5points), Slope=0.25 offSet=-24|Intensity (AU)");
+
+  // Two points are too few for any of these views (as 4 were for the MSD above).
+  platform.messages.clear();
+  Add(0, {0, 1});
+  viewer.ShowSpot(4);
+  EXPECT_TRUE(platform.messages == std::vector<std::string>{"Too short XY track"} &&
+              viewer.Graph.DataEnd == 0);
 }
 
 TEST_F(ViewerTest, TimeViewRowsDropAndVelocity) {
@@ -152,66 +192,20 @@ TEST_F(ViewerTest, TimeViewRowsDropAndVelocity) {
   EXPECT_TRUE(viewer.Graph.DataEnd == 40 && Row(4, 40)[19] == 100 && Row(4, 40)[20] == 50);
   EXPECT_FLOAT_EQ(Row(0, 40)[5], 15 * 0.03f);
   EXPECT_FLOAT_EQ(Row(2, 40)[5], t.X[5] - t.X[0]);
-  EXPECT_FLOAT_EQ(Row(3, 40)[5], t.Y[5] - t.Y[0]);
   Floats mark(40, 0.0f);
   mark[20] = 1;  // the drop, marked at its frame only
   EXPECT_EQ(Row(5, 40), mark);
-  for (int k = 1; k <= 5; ++k) EXPECT_TRUE(Shown(k)) << k;
-  EXPECT_TRUE(viewer.Graph.Series[2].RightAxis);
   EXPECT_EQ(viewer.Graph.Notes[0], "Intensity drop at t=0.9s: 100 -> 50 counts, Stest=" +
                                        FormatReal(TruncateTo(t.STest, 100, 0.01)));
 
   viewer.RunCommand("UseRelativeXY");
   EXPECT_FLOAT_EQ(Row(2, 40)[5], static_cast<float>(3.0 + t.X[5]));
   viewer.RunCommand("ShowVelocity");
-  EXPECT_TRUE(viewer.Menu.Caption("ShowVelocity") == "ShowIntensity" && Shown(6) && !Shown(1));
+  EXPECT_TRUE(viewer.Menu.Caption("ShowVelocity") == "ShowIntensity" &&
+              viewer.Graph.Series[6].Show && !viewer.Graph.Series[1].Show);
   // 3 frames: 0.03 along X and -0.06 along Y in 0.09 s.
   EXPECT_NEAR(Row(6, 40)[0], std::sqrt(0.03 * 0.03 + 0.06 * 0.06) / 0.09, 1e-4);
   EXPECT_TRUE(Row(6, 40)[37] < kMissingValue && Row(6, 40)[36] > 0);
-}
-
-TEST_F(ViewerTest, DerivedViewsRows) {
-  Add(0, {0, 0.2f, 0, 0.2f, 0, 0.2f, 0, 0.2f, 0, 0.2f, 0, 0.2f});
-  viewer.ShowSpot(0);
-  viewer.RunCommand("Show_MSD_dT");
-  EXPECT_TRUE(viewer.ShowName == "Show_(MSD-dT)" && viewer.Graph.DataEnd == 5);
-  EXPECT_EQ(Row(0, 5), (Floats{0.03f, 2 * 0.03f, 3 * 0.03f, 4 * 0.03f, 5 * 0.03f}));
-  EXPECT_TRUE(std::fabs(Row(1, 5)[0] - 0.04) < 1e-7 && Row(1, 5)[1] == 0) << Row(1, 5)[0];
-  EXPECT_EQ(viewer.Graph.XTitle + "|" + viewer.Graph.Notes[0],
-            "dt (s)    minX=0, maxX=0.2,minY=0, maxY=0|Obj=0, Dlat=0.044µm2/s (12 points)");
-
-  // Pairs of 10 nm steps: 10 nm three times, 20 nm twice, 30 nm once, in bins of 7.2 nm.
-  // The staircase stops before the last filled bin, as in every distribution.
-  Add(0, {0, 0.01f, 0.02f, 0.03f});
-  viewer.ShowSpot(1);
-  viewer.RunCommand("ShowDistAutoCorr");
-  EXPECT_EQ(Row(4, viewer.Graph.DataEnd), (Floats{0, 0, 3, 3, 2, 2, 0, 0}));
-  EXPECT_FLOAT_EQ(Row(0, 8)[7], static_cast<float>(4 * 7.2));
-  EXPECT_EQ(viewer.Graph.XTitle + "|" + viewer.Graph.Notes[0].substr(0, 28),
-            "Distance (nm)|Obj=1, 4 dataPoints, 6 pairs");
-
-  // Points on y = 2x + 1 (absolute coordinates: header position 0).
-  Add(0, {0, 0.5f, 1, 1.5f, 2}, {1, 2, 3, 4, 5}, {100, 104, 108, 112, 116});
-  viewer.ShowSpot(2);
-  viewer.RunCommand("UseRelativeXY");
-  viewer.RunCommand("ShowXverYgraph");
-  EXPECT_TRUE(viewer.Graph.Notes[0] == "Obj=2 (5points), Slope=2 offSet=1" &&
-              Row(4, 5) == (Floats{1, 2, 3, 4, 5}));
-  viewer.Render();
-  viewer.DrawTrack();  // now from a layout of this view
-  viewer.Render();
-  EXPECT_NEAR(viewer.Graph.XScale / viewer.Graph.Y0Scale, 1, 0.03);
-  viewer.RunCommand("ShowYverIntens");
-  EXPECT_EQ(Row(0, 5), (Floats{100, 104, 108, 112, 116}));
-  EXPECT_EQ(viewer.Graph.Notes[0] + "|" + viewer.Graph.XTitle,
-            "Obj=2 (5points), Slope=0.25 offSet=-24|Intensity (AU)");
-
-  // Two points are too few for any of these views (as 4 were for the MSD above).
-  platform.messages.clear();
-  Add(0, {0, 1});
-  viewer.ShowSpot(3);
-  EXPECT_TRUE(platform.messages == std::vector<std::string>{"Too short XY track"} &&
-              viewer.Graph.DataEnd == 0);
 }
 
 TEST_F(ViewerTest, DriftViewShowsWhatCorrectionSubtracts) {

@@ -1,7 +1,7 @@
 // The single-track viewer window on Qt's offscreen platform: every view of a sample track
-// as a screenshot, keys, a dragged zoom, the replay timer, closing and reloading.
+// as a screenshot, keys, a dragged zoom, the replay timer, closing and reloading. The rows
+// of each view, the fused one included, are checked without a window in viewer_test.
 #include <QElapsedTimer>
-#include <cmath>
 
 #include "QtTestApp.h"
 #include "app/GraphForm.h"
@@ -15,23 +15,6 @@ static int SeriesInk(ViewerWindow& viewer, const QImage& shot) {
   const QImage frame = viewer.grab().toImage();
   graph.HasData = true;
   return DifferentPixels(shot, frame, 0, std::min(shot.width(), frame.width()));
-}
-
-// The first stretch of 10 or more frames in a row in which two tracks stay within
-// 0.2 µm, as a binding pair does: its first point in `a` and its length (0: none).
-static std::pair<int32_t, int32_t> JointStretch(const SpotRec& a, const SpotRec& b) {
-  int32_t run = 0, lastClose = -1;
-  for (int32_t j = 0; j < a.NPoints; ++j) {
-    const int32_t k = a.FirstFrame + j - b.FirstFrame;
-    if (k < 0 || k >= b.NPoints) continue;
-    if (std::hypot(a.X[j] - b.X[k], a.Y[j] - b.Y[k]) < 0.2)
-      ++run, lastClose = j;
-    else if (run >= 10)
-      break;
-    else
-      run = 0;
-  }
-  return run < 10 ? std::pair<int32_t, int32_t>{0, 0} : std::pair{lastClose - run + 1, run};
 }
 
 // The main window with the sample open and the viewer on its first selected track of at
@@ -83,19 +66,6 @@ TEST_F(ViewerWindowTest, EveryViewOfASampleTrack) {
   viewer.RunCommand("ShowVelocity");
   EXPECT_GT(CountPixels(Shot(viewer, "intensity"), qRgb(255, 0, 0)), 300);
 
-  // A binding pair of the sample in the fused view.
-  int32_t first = -1, second = -1;
-  for (int32_t k = form.Spots.NSpots - 1; k >= 0 && first < 0; --k)
-    for (int32_t i = 0; i < k && first < 0; ++i) {
-      if (!form.Spots[i].Selected || !form.Spots[k].Selected) continue;
-      const auto [start, length] = JointStretch(form.Spots[i], form.Spots[k]);
-      if (length == 0) continue;
-      first = i, second = k, form.Spots[i].SegStart[0] = start, form.Spots[i].SegLen[0] = length;
-    }
-  ASSERT_GE(first, 0);
-  form.Spots[first].Partner = second, form.Spots[second].Partner = first, form.CurSpot = first;
-  ASSERT_TRUE(graph.ShowFusedTracks());
-  EXPECT_GT(SeriesInk(viewer, Shot(viewer, "fused")), 1000);
 }
 
 TEST_F(ViewerWindowTest, KeysMouseTimerResizeAndClose) {
@@ -126,7 +96,6 @@ TEST_F(ViewerWindowTest, KeysMouseTimerResizeAndClose) {
   mouse(QEvent::MouseButtonRelease, x2, Qt::NoButton);
   EXPECT_TRUE(graph.FirstIndex > 0 && graph.LastIndex < form.Spots[graph.SpotIndex].NPoints - 1 &&
               graph.Menu.Item("RemoveEnds").enabled);
-  Shot(viewer, "zoomed");
   mouse(QEvent::MouseMove, (x1 + x2) / 2, Qt::NoButton);
   EXPECT_EQ(graph.StatusText.rfind("Time=", 0), 0u);
 
@@ -137,7 +106,6 @@ TEST_F(ViewerWindowTest, KeysMouseTimerResizeAndClose) {
   clock.start();
   while (graph.ReplayIndex < start + 3 && clock.elapsed() < 3000) QApplication::processEvents();
   EXPECT_GE(graph.ReplayIndex, start + 3);
-  Shot(viewer, "replay");
 
   // Closing stops the replay; a file load closes an open viewer.
   viewer.close();
