@@ -161,7 +161,7 @@ bool TMainForm::RunCommand(std::string_view name) {
   return true;
 }
 
-bool TMainForm::KeepGoing(double fraction) {
+bool TMainForm::ContinueJob(double fraction) {
   if (cancelled_) return false;
   if (job_.empty()) return true;
   if (!jobShown_) {

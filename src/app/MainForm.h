@@ -28,6 +28,7 @@
 #include "stats/MsdCurveCache.h"
 #include "stats/TrackValues.h"
 #include "store/Settings.h"
+#include "store/KeepGoing.h"
 #include "store/TrackStore.h"
 
 // Rows of a panel's data matrix and their length.
@@ -114,7 +115,11 @@ class TMainForm : public ViewerHost {
   // For the long loops of commands and analyses, on this thread: tells how far the
   // running command has got (a progress dialog past half a second); false once the user
   // cancelled it, and the loop then stops.
-  bool KeepGoing(double fraction);
+  bool ContinueJob(double fraction);
+  // ContinueJob as the long loops of src/edit and src/import take it.
+  KeepGoing JobCheck() {
+    return [this](double fraction) { return ContinueJob(fraction); };
+  }
   bool HasCommand(std::string_view name) const;
   // Names RunCommand accepts, in table order.
   std::vector<std::string> CommandNames() const;

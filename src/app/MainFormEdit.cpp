@@ -16,7 +16,7 @@ T* MadeOnce(std::unique_ptr<T>& owner) {
 // The running filters of the RunFilter menu: which filter, over how many frames.
 struct RunningFilter {
   const char* item;
-  void (*filter)(TrackStore&, int32_t, FilterScratch&);
+  void (*filter)(TrackStore&, int32_t, FilterScratch&, const KeepGoing&);
   int32_t width;
 };
 
@@ -63,7 +63,9 @@ void TMainForm::ShiftOneTimeStepClick() { ShiftOneTimeStep(Spots); }
 void TMainForm::RunningFilterClick(std::string_view item) {
   for (const RunningFilter& f : kRunningFilters) {
     if (item != f.item) continue;
-    if (FilterScratch* scratch = MadeOnce(FilterWork)) f.filter(Spots, f.width, *scratch);
+    if (FilterScratch* scratch = MadeOnce(FilterWork))
+      f.filter(Spots, f.width, *scratch, JobCheck());
+    if (cancelled_) return;
     UpdateAnalysis();
     return;
   }

@@ -48,16 +48,16 @@ void TMainForm::SaveTrackDataClick(std::string_view item) {
   options.Columns = Menu.Checked("SaveXYIntColumns");
   options.PutTime = Menu.Checked("PutTimeInTXTfile");
   options.dT = S.dT;
-  WriteTracksText(*file, Spots, options,
-                  [this](const std::string& text) { platform_.ShowMessage(text); });
-  file->Commit();
+  const auto say = [this](const std::string& text) { platform_.ShowMessage(text); };
+  if (WriteTracksText(*file, Spots, options, say, JobCheck())) file->Commit();
 }
 
 void TMainForm::SaveMSDdTClick() {
   const auto file = AskExportWriter(platform_, kTextSaveDialog, kWritingError);
   if (!file) return;
-  WriteTrackMSDs(*file, Spots, S.dT, CurrentPairRules().IndependentPairs, *ScratchArrays);
-  file->Commit();
+  if (WriteTrackMSDs(*file, Spots, S.dT, CurrentPairRules().IndependentPairs, *ScratchArrays,
+                     JobCheck()))
+    file->Commit();
 }
 
 // Both tables exist only beside the Dlat distribution; otherwise the command does nothing.

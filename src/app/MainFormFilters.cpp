@@ -68,6 +68,6 @@ void TMainForm::MatchTracksClick() {
     platform_.ShowError("Old File Format");
     return;
   }
-  FitTracksTogether(Spots);
+  if (!FitTracksTogether(Spots, JobCheck())) return;  // cancelled: the command is undone
   UpdateAnalysis();
 }

@@ -110,5 +110,6 @@ void TMainForm::SaveTracksCSVClick() {
   options.relativePositions = !Format2016;
   options.frameIntervalS = S.dT;
   options.timeUnit = TimeUnit;
-  ReportWrite(platform_, WriteTracksCsv(*path, Spots, options), "Can not open file to write data");
+  const FileWriteResult written = WriteTracksCsv(*path, Spots, options, JobCheck());
+  if (!cancelled_) ReportWrite(platform_, written, "Can not open file to write data");
 }

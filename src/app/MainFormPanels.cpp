@@ -62,7 +62,7 @@ void TMainForm::RunPanel(std::string_view item, TQVgraph& graph, const LineSink*
   if (!choice) return;
   AnalysisContext context = MakeAnalysisContext();
   context.InstVelExport = instVelExport;
-  context.KeepGoing = [this](double fraction) { return KeepGoing(fraction); };
+  context.KeepGoing = JobCheck();
   PanelResults results = choice->analysis(context, graph);
   Registers.Record(results);
   if (&graph == &LeftGraph) LeftHeadlines = std::move(results.Headlines);

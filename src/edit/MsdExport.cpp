@@ -9,13 +9,14 @@
 #include "store/Numbers.h"
 #include "store/TrackStore.h"
 
-void WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool independentPairs,
-                    MsdScratch& scratch) {
+bool WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool independentPairs,
+                    MsdScratch& scratch, const KeepGoing& keepGoing) {
   std::string header;
   for (int k = 1; k <= kMsdExportLags; ++k) header += FormatReal(k * dT) + "\t";
   WriteExportText(out, header + "\n");
 
   for (int32_t t = 0; t < spots.NSpots; ++t) {
+    if (!GoOn(keepGoing, t, spots.NSpots)) return false;
     const SpotRec& track = spots[t];
     if (!track.Valid) continue;
     const int32_t n = std::min(track.ReadablePoints(), kMsdExportPoints);
@@ -26,4 +27,5 @@ void WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool 
       line += ThousandthsText(scratch.MSD[k]) + "\t";
     WriteExportText(out, line + "\n");
   }
+  return true;
 }

@@ -3,6 +3,8 @@
 // under a line of lag times.
 #include <ostream>
 
+#include "store/KeepGoing.h"
+
 struct TrackStore;
 struct MsdScratch;
 
@@ -11,5 +13,6 @@ inline constexpr int kMsdExportLags = 254;
 inline constexpr int kMsdExportPoints = 2000;
 
 // The lag of one frame is dT itself (the time-unit scale is not applied).
-void WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool independentPairs,
-                    MsdScratch& scratch);
+// False when `keepGoing` stopped it part-way.
+bool WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool independentPairs,
+                    MsdScratch& scratch, const KeepGoing& keepGoing = {});

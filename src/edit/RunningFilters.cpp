@@ -42,9 +42,10 @@ void AverageOfArray(FrameArray& values, int32_t n, int32_t w, float* sums) {
 
 }  // namespace
 
-void RunningMedianAll(TrackStore& store, int32_t w, FilterScratch& scratch) {
+void RunningMedianAll(TrackStore& store, int32_t w, FilterScratch& scratch,
+                      const KeepGoing& keepGoing) {
   if (w < 1 || w > kMaxFilterWindow) return;
-  for (int32_t i = 0; i < store.NSpots; ++i) {
+  for (int32_t i = 0; i < store.NSpots && GoOn(keepGoing, i, store.NSpots); ++i) {
     SpotRec& t = store[i];
     const int32_t n = FilterPoints(t);
     if (n == 0) continue;
@@ -54,9 +55,10 @@ void RunningMedianAll(TrackStore& store, int32_t w, FilterScratch& scratch) {
   }
 }
 
-void RunningAverage(TrackStore& store, int32_t w, FilterScratch& scratch) {
+void RunningAverage(TrackStore& store, int32_t w, FilterScratch& scratch,
+                    const KeepGoing& keepGoing) {
   if (w < 1 || w > kMaxFilterWindow) return;
-  for (int32_t i = 0; i < store.NSpots; ++i) {
+  for (int32_t i = 0; i < store.NSpots && GoOn(keepGoing, i, store.NSpots); ++i) {
     SpotRec& t = store[i];
     const int32_t n = FilterPoints(t);
     AverageOfArray(t.Int, n, w, scratch.Sums);

@@ -4,6 +4,7 @@
 // h <= j < n - h change (h = w / 2); a track of n <= 2h points stays as it is.
 #include <cstdint>
 
+#include "store/KeepGoing.h"
 #include "store/TrackStore.h"
 
 // Floats of each scratch array: room for any track the store can hold.
@@ -22,8 +23,10 @@ struct FilterScratch {
 void RunningMedian(const float* source, float* destination, int32_t n, int32_t w);
 
 // RunningMedian over intensity, X and Y of every track, each copied first.
-void RunningMedianAll(TrackStore& store, int32_t w, FilterScratch& scratch);
+void RunningMedianAll(TrackStore& store, int32_t w, FilterScratch& scratch,
+                      const KeepGoing& keepGoing = {});
 
 // Running mean over intensity, X and Y of every track: window sums in float, in index
 // order, all formed before any value of that array is replaced, then divided by w.
-void RunningAverage(TrackStore& store, int32_t w, FilterScratch& scratch);
+void RunningAverage(TrackStore& store, int32_t w, FilterScratch& scratch,
+                    const KeepGoing& keepGoing = {});

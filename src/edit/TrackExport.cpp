@@ -18,8 +18,8 @@ bool WantsXY(TrackExportMode mode) { return mode != TrackExportMode::Intensity; 
 bool WantsInt(TrackExportMode mode) { return mode != TrackExportMode::XY; }
 
 // One line per quantity per track, every line cut to the same length.
-void WriteRows(std::ostream& out, const TrackStore& spots, const TrackExportOptions& options,
-               const ExportMessage& message) {
+bool WriteRows(std::ostream& out, const TrackStore& spots, const TrackExportOptions& options,
+               const ExportMessage& message, const KeepGoing& keepGoing) {
   int32_t longest = 0;
   for (int32_t t = 0; t < spots.NSpots; ++t)
     if (spots[t].Valid) longest = std::max(longest, spots[t].ReadablePoints());
@@ -41,6 +41,7 @@ void WriteRows(std::ostream& out, const TrackStore& spots, const TrackExportOpti
     WriteExportText(out, line + "\n");
   };
   for (int32_t t = 0; t < spots.NSpots; ++t) {
+    if (!GoOn(keepGoing, t, spots.NSpots)) return false;
     const SpotRec& track = spots[t];
     if (!track.Valid) continue;
     const int32_t n = std::min(track.ReadablePoints(), longest);
@@ -50,12 +51,13 @@ void WriteRows(std::ostream& out, const TrackStore& spots, const TrackExportOpti
     }
     if (WantsInt(options.Mode)) writeLine(kIntHeader, track.Int, n, TenthsText);
   }
+  return true;
 }
 
 // One line per frame. The header and every row count their track columns on their own;
 // the time column is not counted.
-void WriteColumns(std::ostream& out, const TrackStore& spots, const TrackExportOptions& options,
-                  const ExportMessage& message) {
+bool WriteColumns(std::ostream& out, const TrackStore& spots, const TrackExportOptions& options,
+                  const ExportMessage& message, const KeepGoing& keepGoing) {
   const bool xy = WantsXY(options.Mode), intensity = WantsInt(options.Mode);
   std::string header = options.PutTime ? std::string(kTimeHeader) + "\t" : std::string();
   int32_t columns = 0;
@@ -81,6 +83,7 @@ void WriteColumns(std::ostream& out, const TrackStore& spots, const TrackExportO
   double time = 0;
   bool anyValue = true;
   for (int32_t r = 0; anyValue; ++r) {
+    if (!GoOn(keepGoing, r, kMaxPoints, 16)) return false;
     anyValue = false;
     std::string line;
     if (options.PutTime) line += ThousandthsText(time) + "\t";
@@ -112,14 +115,13 @@ void WriteColumns(std::ostream& out, const TrackStore& spots, const TrackExportO
     }
     WriteExportText(out, line + "\n");
   }
+  return true;
 }
 
 }  // namespace
 
-void WriteTracksText(std::ostream& out, const TrackStore& spots, const TrackExportOptions& options,
-                     const ExportMessage& message) {
-  if (options.Columns)
-    WriteColumns(out, spots, options, message);
-  else
-    WriteRows(out, spots, options, message);
+bool WriteTracksText(std::ostream& out, const TrackStore& spots, const TrackExportOptions& options,
+                     const ExportMessage& message, const KeepGoing& keepGoing) {
+  return options.Columns ? WriteColumns(out, spots, options, message, keepGoing)
+                         : WriteRows(out, spots, options, message, keepGoing);
 }

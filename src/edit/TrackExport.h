@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "edit/TextExport.h"
+#include "store/KeepGoing.h"
 
 struct TrackStore;
 
@@ -22,5 +23,6 @@ struct TrackExportOptions {
 // truncated"). Columns: tracks are added while at most kMaxExportColumns columns are
 // used ("Too many objects (>2000) -> Data will be truncated"); a track that has ended
 // leaves no cells in the X/Y columns but a blank one in its intensity column.
-void WriteTracksText(std::ostream& out, const TrackStore& spots, const TrackExportOptions& options,
-                     const ExportMessage& message);
+// False when `keepGoing` stopped it part-way.
+bool WriteTracksText(std::ostream& out, const TrackStore& spots, const TrackExportOptions& options,
+                     const ExportMessage& message, const KeepGoing& keepGoing = {});

@@ -60,7 +60,7 @@ std::string TrackValuesCsvPath(const std::string& path) {
 }
 
 FileWriteResult WriteTracksCsv(const std::string& path, const TrackStore& store,
-                               const TrackCsvOptions& options) {
+                               const TrackCsvOptions& options, const KeepGoing& keepGoing) {
   const std::string valuesPath = TrackValuesCsvPath(path);
   auto points = std::make_unique<CsvOut>(path);
   auto values = std::make_unique<CsvOut>(valuesPath);
@@ -72,6 +72,8 @@ FileWriteResult WriteTracksCsv(const std::string& path, const TrackStore& store,
                 ",s_test,step_index,int_before,int_after,selected,dcve_um2_" + t +
                 ",sigma_cve_um,alpha\n").c_str());
   for (int32_t i = 0; i < store.NSpots; ++i) {
+    // Dropped unwritten: the two temporaries go with the writers.
+    if (!GoOn(keepGoing, i, store.NSpots)) return {FileWriteResult::NotWritten, "cancelled"};
     const SpotRec& t = store[i];
     if (!t.Valid || (options.selectedOnly && !t.Selected)) continue;
     const int32_t n = t.ReadablePoints();

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "store/AtomicFile.h"
+#include "store/KeepGoing.h"
 
 struct TrackStore;
 
@@ -29,5 +30,6 @@ std::string TrackValuesCsvPath(const std::string& path);
 
 // Writes both files, each whole or not at all (the points file may be in place when the
 // second file then fails); the result names the file that could not be written.
+// Stopped part-way by `keepGoing`, neither file is written (NotWritten, "cancelled").
 FileWriteResult WriteTracksCsv(const std::string& path, const TrackStore& store,
-                               const TrackCsvOptions& options);
+                               const TrackCsvOptions& options, const KeepGoing& keepGoing = {});
