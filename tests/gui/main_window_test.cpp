@@ -1,4 +1,7 @@
 // The real main window on Qt's offscreen platform: menus, the sample's default panels, keys.
+#include <QTimer>
+#include <fstream>
+
 #include "QtTestApp.h"
 
 using MainWindowTest = QtTest;
@@ -35,4 +38,30 @@ TEST_F(MainWindowTest, SampleShowsBothDefaultPanelsAndKeysMoveThresholds) {
   EXPECT_EQ(form.S.LenThresh, lenThresh + 1);
   PressKey(&window, Qt::Key_Left);
   EXPECT_EQ(form.S.IntThresh, 49.0);
+}
+
+// A TrackMate 7 spots CSV dropped onto the window is imported: its units line gives µm
+// and seconds, so no dialog is needed, and dT becomes its frame interval.
+TEST_F(MainWindowTest, DroppedTrackMateTableIsImported) {
+  std::string csv = "LABEL,ID,TRACK_ID,POSITION_X,POSITION_Y,POSITION_T,FRAME,MEAN_INTENSITY_CH1\n"
+                    "Label,Spot ID,Track ID,X,Y,T,Frame,Mean\nLabel,ID,Track,X,Y,T,Frame,Mean\n"
+                    ",,,(micron),(micron),(sec),,(counts)\n";
+  for (int track = 0; track < 4; ++track)
+    for (int frame = 0; frame < 12; ++frame)
+      csv += "s,0," + std::to_string(track) + "," + std::to_string(track + 0.01 * (frame % 3)) +
+             ",1," + std::to_string(0.025 * frame) + "," + std::to_string(frame) + ",100\n";
+  const std::string path = KINETRA_BINARY_DIR "/dropped_spots.csv";
+  { std::ofstream(path) << csv; }
+  MainWindow window(false);
+  // The import's message box is closed as soon as it shows, as a user would click OK.
+  QTimer closer;
+  QObject::connect(&closer, &QTimer::timeout, [] {
+    if (QWidget* box = QApplication::activeModalWidget()) box->close();
+  });
+  closer.start(20);
+  window.OpenFiles({QString::fromStdString(path)});
+  TMainForm& form = window.form();
+  EXPECT_EQ(form.Spots.NSpots, 4);
+  EXPECT_EQ(form.S.dT, 0.025);
+  EXPECT_EQ(window.windowTitle().toStdString(), path);
 }
