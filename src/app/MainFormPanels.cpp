@@ -62,6 +62,7 @@ void TMainForm::RunPanel(std::string_view item, TQVgraph& graph, const LineSink*
   if (!choice) return;
   AnalysisContext context = MakeAnalysisContext();
   context.InstVelExport = instVelExport;
+  for (SeriesRec& series : graph.Series) series.Name.clear();  // only a panel that names them
   context.KeepGoing = JobCheck();
   PanelResults results = choice->analysis(context, graph);
   Registers.Record(results);

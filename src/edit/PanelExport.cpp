@@ -89,7 +89,9 @@ std::string PanelsTableText(const TQVgraph& left, const TQVgraph& right, char se
     text += TableText::Quoted(panel.name + ": " + panel.graph.XTitle, separator);
     for (int s : panel.series) {
       const SeriesRec& series = panel.graph.Series[s];
-      const std::string& title = series.RightAxis ? panel.graph.Y1Title : panel.graph.Y0Title;
+      const std::string& title = !series.Name.empty() ? series.Name
+                                 : series.RightAxis ? panel.graph.Y1Title
+                                                    : panel.graph.Y0Title;
       text += separator +
               TableText::Quoted(panel.name + ": " + title + " [" + std::to_string(s) + "]", separator);
     }

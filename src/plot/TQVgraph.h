@@ -32,6 +32,8 @@ struct SeriesRec {
   int BaseSeries = 2;  // Variation: the row holding the centre values
   int SymbolSize = 4;  // full size; half of it is the half-size of symbols and bars
   int Style = Line;
+  // What a table of the panel calls the series; empty: its axis title.
+  std::string Name;
 };
 
 inline constexpr int kMaxSeries = 14;

@@ -19,7 +19,7 @@
 namespace {
 
 // Four significant figures: what the estimators' notes show.
-std::string Sig4(double value) { return FormatG(value, 4); }
+std::string Sig4(double value) { return FormatFigures(value, 4); }
 
 std::string IntervalText(const Interval& i, int decimals = -1) {
   auto text = [decimals](double v) { return decimals < 0 ? Sig4(v) : FormatFixed(v, decimals); };
@@ -247,6 +247,14 @@ PanelResults CalcJumpDistr(AnalysisContext& context, TQVgraph& graph) {
     series[k].RightAxis = false;
     series[k].Show = k == 1 || (model && k - 2 <= model->states);
   }
+  // The tables of the panel carry the states' numbers in the series' names.
+  series[1].Name = "jumps";
+  series[2].Name = model ? "fit, " + std::to_string(model->states) + " states" : "";
+  for (int32_t s = 0; s < 3; ++s)
+    series[3 + s].Name = model && s < model->states
+                             ? "state " + std::to_string(s + 1) + ": F=" + FormatFigures(model->F[s], 3) +
+                                   " D=" + FormatFigures(model->D[s], 4) + "µm2/s"
+                             : "";
   graph.XTitle = "Jump length at " + std::to_string(shownLag) + " frame" +
                  (shownLag == 1 ? "" : "s") + " (µm)";
   graph.Y0Title = "Number of jumps";

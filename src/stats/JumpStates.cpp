@@ -229,9 +229,7 @@ void Bootstrap(JumpFitResult& result, const Inputs& in, int32_t tracksGiven,
 }
 
 // Three significant figures (whole units from 1000 on), the same in every locale.
-std::string Figures(double v) {
-  return std::abs(v) >= 1000 ? FormatFixed(v, 0) : FormatG(v, 3);
-}
+std::string Figures(double v) { return FormatFigures(v, 3); }
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 #include "store/Numbers.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -55,6 +56,13 @@ const char* SkipBlanks(const char* p, const char* end) {
 }
 
 }  // namespace
+
+std::string FormatFigures(double value, int figures) {
+  const double size = std::fabs(value);
+  if (!std::isfinite(value) || size < 1e-4) return FormatG(value, figures);
+  const int magnitude = static_cast<int>(std::floor(std::log10(size)));
+  return FormatFixed(value, std::max(figures - 1 - magnitude, 0));
+}
 
 double ParseDecimal(const std::string& text) {
   const char* end = text.data() + text.size();

@@ -32,6 +32,9 @@ std::string FormatG(double value, int digits);
 
 // `decimals` digits after the point, whatever the user's locale ("0.998", "35").
 std::string FormatFixed(double value, int decimals);
+// `figures` significant figures, trailing zeros kept ("0.0100", "20.2"); whole units from
+// 10^figures on, the general form below 1e-4.
+std::string FormatFigures(double value, int figures);
 
 // Decimal text to a number the way the prompts read it: leading blanks skipped,
 // the longest decimal prefix taken, anything that is not a number gives 0.

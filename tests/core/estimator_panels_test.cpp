@@ -65,7 +65,7 @@ TEST_F(EstimatorPanels, JumpPanelNoteOnOneState) {
   ASSERT_TRUE(form.RunCommand("R_ShowJumpDistr"));
   const std::string& note = form.RightGraph.Notes[0];
   // 4 jumps of lag 1 from each track of 10 points.
-  EXPECT_TRUE(std::regex_match(note, std::regex("F1=1 D1=[0-9.]+µm2/s; sigma=[0-9.]+nm "
+  EXPECT_TRUE(std::regex_match(note, std::regex("F1=1\\.00 D1=[0-9.]+µm2/s; sigma=[0-9.]+nm "
                                                 "\\(1 state by BIC, 400 tracks, 1600 jumps\\)")))
       << note;
   EXPECT_NEAR(NumberAfter(note, "D1="), 0.1, 0.01);

@@ -6,6 +6,14 @@
 
 #include "store/Numbers.h"
 
+TEST(NumberTexts, SignificantFiguresKeepTheirZeros) {
+  EXPECT_EQ(FormatFigures(0.0100345, 3), "0.0100");
+  EXPECT_EQ(FormatFigures(20.19, 3), "20.2");
+  EXPECT_EQ(FormatFigures(-0.9772, 3), "-0.977");
+  EXPECT_EQ(FormatFigures(123456.7, 3), "123457");
+  EXPECT_EQ(FormatFigures(0.1, 4), "0.1000");
+}
+
 TEST(NumberTexts, TruncationThroughAnIntegerPart) {
   EXPECT_EQ(TruncatedText(1.23456, 1000, 0.001), "1.234");
   EXPECT_EQ(TruncatedText(-1.23456, 100, 0.01), "-1.23");
