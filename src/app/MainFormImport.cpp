@@ -72,9 +72,20 @@ bool TMainForm::ImportTracksFrom(const std::string& path, bool replace) {
   options.askCalibration = [&](CalibrationRequest& request) {
     return platform_.AskCalibration(path, request);
   };
-  platform_.Progress("Importing " + path, 0.0);
+  // The file is read whole before the store is touched: a cancel there leaves it as it was.
+  const std::string job = "Importing " + path;
+  platform_.Progress(job, 0.0, true);
+  bool cancelled = false;
+  options.progress = [&](double fraction) {
+    cancelled = !platform_.Progress(job, std::min(fraction, 0.999), true);
+    return !cancelled;
+  };
   const ImportResult imported = ImportTrackFile(path, options);
-  platform_.Progress("Importing " + path, 1.0);
+  platform_.Progress(job, 1.0, true);
+  if (cancelled) {
+    platform_.ShowMessage("Cancelled");
+    return false;
+  }
   if (!imported.ok) {
     platform_.ShowError(imported.error);
     return false;

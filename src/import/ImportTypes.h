@@ -108,6 +108,9 @@ struct ImportOptions {
   // window shows one small dialog with both): fills in the needed values, or returns false
   // (cancelled) and the import fails. Unset: the import fails naming the option to add.
   std::function<bool(CalibrationRequest&)> askCalibration;
+  // Told the share of the file read, on the calling thread, now and then while a long
+  // file is read; false stops the import (it fails with "cancelled").
+  std::function<bool(double)> progress;
 };
 
 struct ImportResult {

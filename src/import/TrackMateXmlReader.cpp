@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <unordered_set>
 #include <vector>
@@ -323,6 +324,9 @@ bool TrackMateParse::Run(std::FILE* file) {
   // large, so such a token costs linear time instead of quadratic.
   constexpr int kBlock = 1 << 20, kLargestBlock = 1 << 28;
   int block = kBlock;
+  std::error_code unknown;
+  const double size = static_cast<double>(std::filesystem::file_size(path_, unknown));
+  double read = 0;
   for (;;) {
     void* buffer = XML_GetBuffer(parser_, block);
     if (!buffer) {
@@ -344,6 +348,11 @@ bool TrackMateParse::Run(std::FILE* file) {
       return false;
     }
     if (last) break;
+    read += static_cast<double>(got);
+    if (options_.progress && !unknown && size > 0 && !options_.progress(read / size)) {
+      result_.error = path_ + ": cancelled";
+      return false;
+    }
     block = events_ == before ? std::min(block * 2, kLargestBlock) : kBlock;
   }
   parser_ = nullptr;

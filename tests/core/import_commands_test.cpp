@@ -108,3 +108,26 @@ TEST_F(ImportCommands, SavedAsQviAndCsvReadBackTheSame) {
   EXPECT_TRUE(otherPlatform.calibrationAsked.empty());
   EXPECT_EQ(TrackTableText(other.Spots, other.DlatUnit, other.TimeUnit, false), table);
 }
+
+// A large TrackMate file reports how far its reading has got; cancelled there, the store
+// keeps the tracks it had.
+TEST_F(ImportCommands, CancelledWhileReadingKeepsTheStore) {
+  std::string xml = "<?xml version=\"1.0\"?>\n<TrackMate><Model spatialunits=\"micron\" "
+                    "timeunits=\"sec\"><AllSpots>\n";
+  for (int s = 0; s < 40000; ++s)
+    xml += "<Spot ID=\"" + std::to_string(s) + "\" FRAME=\"" + std::to_string(s % 10) +
+           "\" POSITION_X=\"1\" POSITION_Y=\"2\" MEAN_INTENSITY=\"3\" name=\"a long name of a "
+           "spot, to make the file span several read blocks\" />\n";
+  xml += "</AllSpots><AllTracks></AllTracks></Model><Settings><ImageData timeinterval=\"0.1\" "
+         "/></Settings></TrackMate>\n";
+  const std::string path = WriteFile("big.xml", xml);
+  form.LoadQVIFile(KINETRA_SOURCE_DIR "/examples/sample.qvi", true);
+  const int32_t before = form.Spots.NSpots;
+  platform.messages.clear();
+  platform.cancelAtReport = 1;
+  platform.openAnswers = {{path}};
+  ASSERT_TRUE(form.RunCommand("AddTracks"));
+  EXPECT_GE(platform.progressReports, 1);
+  EXPECT_EQ(platform.messages, std::vector<std::string>{"Cancelled"});
+  EXPECT_EQ(form.Spots.NSpots, before);
+}
