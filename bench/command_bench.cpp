@@ -5,16 +5,15 @@
 #include <cstdio>
 #include <vector>
 
+#include "BenchPlatform.h"
 #include "app/MainForm.h"
 
 namespace {
 
-// Answers every prompt with its default (OK), every dialog with a file of its kind, and
-// keeps nothing else.
-class AnsweringPlatform : public Platform {
+// Answers every prompt with its default (OK) and every dialog with a file of its kind.
+class AnsweringPlatform : public QuietPlatform {
  public:
   std::string openFile, saveFile;
-  void ShowMessage(const std::string&) override {}
   std::optional<std::string> InputQuery(const std::string&, const std::string&,
                                         const std::string& defaultText) override {
     return defaultText;
@@ -22,16 +21,6 @@ class AnsweringPlatform : public Platform {
   std::vector<std::string> OpenFileDialog(const FileDialog&) override { return {openFile}; }
   std::optional<std::string> SaveFileDialog(const FileDialog&) override { return saveFile; }
   std::optional<std::string> SavePictureDialog(const FileDialog&) override { return saveFile; }
-  bool PrintDialog() override { return false; }
-  void PrintBitmap(const Bitmap&, int) override {}
-  void Beep() override {}
-  void Repaint() override {}
-  void SetCaption(const std::string&) override {}
-  void SetStatusText(const std::string&) override {}
-  void ShowViewer() override {}
-  void CloseViewer() override {}
-  void CloseMainWindow() override {}
-  void ShowGraphDialog(TQVgraphDlgForm&) override {}
 };
 
 }  // namespace

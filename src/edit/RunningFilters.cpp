@@ -40,29 +40,28 @@ void AverageOfArray(FrameArray& values, int32_t n, int32_t w, float* sums) {
   for (int32_t j = h; j < n - h; ++j) values[j] = sums[j] / width;
 }
 
-}  // namespace
-
-void RunningMedianAll(TrackStore& store, int32_t w, FilterScratch& scratch,
-                      const KeepGoing& keepGoing) {
+// `filter` over the intensity, X and Y of every track with points, each array by itself.
+template <class Filter>
+void FilterEveryTrack(TrackStore& store, int32_t w, const KeepGoing& keepGoing, Filter filter) {
   if (w < 1 || w > kMaxFilterWindow) return;
   for (int32_t i = 0; i < store.NSpots && GoOn(keepGoing, i, store.NSpots); ++i) {
     SpotRec& t = store[i];
     const int32_t n = FilterPoints(t);
     if (n == 0) continue;
-    MedianOfArray(t.Int, n, w, scratch.Copy);
-    MedianOfArray(t.X, n, w, scratch.Copy);
-    MedianOfArray(t.Y, n, w, scratch.Copy);
+    for (FrameArray* frames : {&t.Int, &t.X, &t.Y}) filter(*frames, n);
   }
+}
+
+}  // namespace
+
+void RunningMedianAll(TrackStore& store, int32_t w, FilterScratch& scratch,
+                      const KeepGoing& keepGoing) {
+  FilterEveryTrack(store, w, keepGoing,
+                   [&](FrameArray& frames, int32_t n) { MedianOfArray(frames, n, w, scratch.Copy); });
 }
 
 void RunningAverage(TrackStore& store, int32_t w, FilterScratch& scratch,
                     const KeepGoing& keepGoing) {
-  if (w < 1 || w > kMaxFilterWindow) return;
-  for (int32_t i = 0; i < store.NSpots && GoOn(keepGoing, i, store.NSpots); ++i) {
-    SpotRec& t = store[i];
-    const int32_t n = FilterPoints(t);
-    AverageOfArray(t.Int, n, w, scratch.Sums);
-    AverageOfArray(t.X, n, w, scratch.Sums);
-    AverageOfArray(t.Y, n, w, scratch.Sums);
-  }
+  FilterEveryTrack(store, w, keepGoing,
+                   [&](FrameArray& frames, int32_t n) { AverageOfArray(frames, n, w, scratch.Sums); });
 }

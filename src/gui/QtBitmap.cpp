@@ -74,13 +74,13 @@ QFont ChartFont(const std::string& name, int points, bool bold) {
   return font;
 }
 
-QFont QtCanvas::Font() const { return ChartFont(fontName_, fontPoints_, bold_); }
+QFont QtCanvas::Font() const { return ChartFont(state_.fontName, state_.fontPoints, state_.bold); }
 
 QPen QtCanvas::Pen() const {
-  QPen pen(ToQColor(pen_));
-  pen.setWidth(std::clamp(penWidth_, 0, kMaxPenWidth));
-  pen.setStyle(penStyle_ == PenStyle::Dash  ? Qt::DashLine
-               : penStyle_ == PenStyle::Dot ? Qt::DotLine
+  QPen pen(ToQColor(state_.pen));
+  pen.setWidth(std::clamp(state_.penWidth, 0, kMaxPenWidth));
+  pen.setStyle(state_.penStyle == PenStyle::Dash  ? Qt::DashLine
+               : state_.penStyle == PenStyle::Dot ? Qt::DotLine
                                             : Qt::SolidLine);
   pen.setCapStyle(Qt::RoundCap);
   pen.setJoinStyle(Qt::RoundJoin);
@@ -93,8 +93,8 @@ QPainter* QtCanvas::Painter() {
     painter_ = std::make_unique<QPainter>(&owner_.MutableImage());
     painter_->setPen(Pen());
     painter_->setFont(Font());
-    if (brushStyle_ == BrushStyle::Solid)
-      painter_->setBrush(ToQColor(brush_));
+    if (state_.brushStyle == BrushStyle::Solid)
+      painter_->setBrush(ToQColor(state_.brush));
     else
       painter_->setBrush(Qt::NoBrush);
   }
@@ -102,63 +102,63 @@ QPainter* QtCanvas::Painter() {
 }
 
 void QtCanvas::SetPenColor(TColor color) {
-  pen_ = color;
+  state_.pen = color;
   if (painter_) painter_->setPen(Pen());
 }
 
 void QtCanvas::SetPenWidth(int width) {
-  penWidth_ = width;
+  state_.penWidth = width;
   if (painter_) painter_->setPen(Pen());
 }
 
 void QtCanvas::SetPenStyle(PenStyle style) {
-  penStyle_ = style;
+  state_.penStyle = style;
   if (painter_) painter_->setPen(Pen());
 }
 
 void QtCanvas::SetBrushColor(TColor color) {
-  brush_ = color;
-  if (painter_ && brushStyle_ == BrushStyle::Solid) painter_->setBrush(ToQColor(brush_));
+  state_.brush = color;
+  if (painter_ && state_.brushStyle == BrushStyle::Solid) painter_->setBrush(ToQColor(state_.brush));
 }
 
 void QtCanvas::SetBrushStyle(BrushStyle style) {
-  brushStyle_ = style;
+  state_.brushStyle = style;
   if (!painter_) return;
   if (style == BrushStyle::Solid)
-    painter_->setBrush(ToQColor(brush_));
+    painter_->setBrush(ToQColor(state_.brush));
   else
     painter_->setBrush(Qt::NoBrush);
 }
 
 void QtCanvas::SetFontName(const std::string& name) {
-  fontName_ = name;
+  state_.fontName = name;
   if (painter_) painter_->setFont(Font());
 }
 
 void QtCanvas::SetFontSize(int points) {
-  fontPoints_ = points;
+  state_.fontPoints = points;
   if (painter_) painter_->setFont(Font());
 }
 
 void QtCanvas::SetFontBold(bool bold) {
-  bold_ = bold;
+  state_.bold = bold;
   if (painter_) painter_->setFont(Font());
 }
 
-void QtCanvas::SetFontColor(TColor color) { font_ = color; }
+void QtCanvas::SetFontColor(TColor color) { state_.font = color; }
 
 void QtCanvas::MoveTo(int x, int y) {
-  penX_ = x;
-  penY_ = y;
+  state_.penX = x;
+  state_.penY = y;
 }
 
 void QtCanvas::LineTo(int x, int y) {
-  double x1 = penX_, y1 = penY_, x2 = x, y2 = y;
-  penX_ = x;
-  penY_ = y;
+  double x1 = state_.penX, y1 = state_.penY, x2 = x, y2 = y;
+  state_.penX = x;
+  state_.penY = y;
   QPainter* painter = Painter();
   if (!painter) return;
-  const double margin = std::clamp(penWidth_, 0, kMaxPenWidth) + 2.0;
+  const double margin = std::clamp(state_.penWidth, 0, kMaxPenWidth) + 2.0;
   if (!ClipSegment(x1, y1, x2, y2, -margin, -margin, owner_.Width() + margin,
                    owner_.Height() + margin))
     return;
@@ -169,7 +169,7 @@ void QtCanvas::Ellipse(int x1, int y1, int x2, int y2) {
   QPainter* painter = Painter();
   if (!painter) return;
   const QRect box = Box(x1, y1, x2, y2);
-  const int margin = std::clamp(penWidth_, 0, kMaxPenWidth) + 2;
+  const int margin = std::clamp(state_.penWidth, 0, kMaxPenWidth) + 2;
   if (!box.adjusted(-margin, -margin, margin, margin).intersects(owner_.image_.rect())) return;
   painter->drawEllipse(box);
 }
@@ -179,7 +179,7 @@ void QtCanvas::Rectangle(int x1, int y1, int x2, int y2) {
   if (!painter) return;
   const QRect box = Box(x1, y1, x2, y2);
   if (box.width() <= 0 || box.height() <= 0) return;
-  if (brushStyle_ == BrushStyle::Solid) painter->fillRect(box, ToQColor(brush_));
+  if (state_.brushStyle == BrushStyle::Solid) painter->fillRect(box, ToQColor(state_.brush));
   // The outline runs on the outermost pixels of the box.
   painter->save();
   painter->setBrush(Qt::NoBrush);
@@ -190,7 +190,7 @@ void QtCanvas::Rectangle(int x1, int y1, int x2, int y2) {
 void QtCanvas::FillRect(int x1, int y1, int x2, int y2) {
   QPainter* painter = Painter();
   if (!painter) return;
-  painter->fillRect(Box(x1, y1, x2, y2), ToQColor(brush_));
+  painter->fillRect(Box(x1, y1, x2, y2), ToQColor(state_.brush));
 }
 
 void QtCanvas::TextOut(int x, int y, const std::string& text) {
@@ -200,9 +200,9 @@ void QtCanvas::TextOut(int x, int y, const std::string& text) {
   const QFontMetrics metrics(painter->font());
   const QRect cell(ClampCoord(x), ClampCoord(y), metrics.horizontalAdvance(s), metrics.height());
   if (!cell.intersects(owner_.image_.rect())) return;
-  if (brushStyle_ == BrushStyle::Solid) painter->fillRect(cell, ToQColor(brush_));
+  if (state_.brushStyle == BrushStyle::Solid) painter->fillRect(cell, ToQColor(state_.brush));
   painter->save();
-  painter->setPen(ToQColor(font_));
+  painter->setPen(ToQColor(state_.font));
   painter->drawText(cell.left(), cell.top() + metrics.ascent(), s);
   painter->restore();
 }

@@ -51,14 +51,7 @@ class QtCanvas : public Canvas {
 
   QtBitmap& owner_;
   std::unique_ptr<QPainter> painter_;
-  TColor pen_ = 0, brush_ = 0xFFFFFF, font_ = 0;
-  int penWidth_ = 1;
-  PenStyle penStyle_ = PenStyle::Solid;
-  BrushStyle brushStyle_ = BrushStyle::Solid;
-  std::string fontName_;
-  int fontPoints_ = 8;
-  bool bold_ = false;
-  int penX_ = 0, penY_ = 0;
+  CanvasState state_;
 };
 
 class QtBitmap : public Bitmap {

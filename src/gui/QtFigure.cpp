@@ -47,28 +47,25 @@ class QtVectorCanvas : public Canvas {
     painter_.setClipRect(QRect(0, 0, width, height));
     width_ = width;
     height_ = height;
-    pen_ = 0, brush_ = 0xFFFFFF, font_ = 0, penWidth_ = 1, penX_ = 0, penY_ = 0;
-    penStyle_ = PenStyle::Solid;
-    brushStyle_ = BrushStyle::Solid;
-    fontName_.clear(), fontPoints_ = 8, bold_ = false;
+    state_ = CanvasState{};
     FontChanged();
   }
 
-  void SetPenColor(TColor color) override { pen_ = color; }
-  void SetPenWidth(int width) override { penWidth_ = width; }
-  void SetPenStyle(PenStyle style) override { penStyle_ = style; }
-  void SetBrushColor(TColor color) override { brush_ = color; }
-  void SetBrushStyle(BrushStyle style) override { brushStyle_ = style; }
-  void SetFontName(const std::string& name) override { fontName_ = name, FontChanged(); }
-  void SetFontSize(int points) override { fontPoints_ = points, FontChanged(); }
-  void SetFontBold(bool bold) override { bold_ = bold, FontChanged(); }
-  void SetFontColor(TColor color) override { font_ = color; }
+  void SetPenColor(TColor color) override { state_.pen = color; }
+  void SetPenWidth(int width) override { state_.penWidth = width; }
+  void SetPenStyle(PenStyle style) override { state_.penStyle = style; }
+  void SetBrushColor(TColor color) override { state_.brush = color; }
+  void SetBrushStyle(BrushStyle style) override { state_.brushStyle = style; }
+  void SetFontName(const std::string& name) override { state_.fontName = name, FontChanged(); }
+  void SetFontSize(int points) override { state_.fontPoints = points, FontChanged(); }
+  void SetFontBold(bool bold) override { state_.bold = bold, FontChanged(); }
+  void SetFontColor(TColor color) override { state_.font = color; }
 
-  void MoveTo(int x, int y) override { penX_ = x, penY_ = y; }
+  void MoveTo(int x, int y) override { state_.penX = x, state_.penY = y; }
 
   void LineTo(int x, int y) override {
-    double x1 = penX_, y1 = penY_, x2 = x, y2 = y;
-    penX_ = x, penY_ = y;
+    double x1 = state_.penX, y1 = state_.penY, x2 = x, y2 = y;
+    state_.penX = x, state_.penY = y;
     // Cut at the region's edges: an SVG file keeps no clip, so nothing may reach into the
     // panel beside.
     if (!ClipSegment(x1, y1, x2, y2, 0, 0, width_, height_)) return;
@@ -79,16 +76,16 @@ class QtVectorCanvas : public Canvas {
 
   void Ellipse(int x1, int y1, int x2, int y2) override {
     const QRect box = Box(x1, y1, x2, y2);
-    if (!Visible(box, std::clamp(penWidth_, 0, kMaxPenWidth) + 2)) return;
+    if (!Visible(box, std::clamp(state_.penWidth, 0, kMaxPenWidth) + 2)) return;
     Stroke();
-    painter_.setBrush(brushStyle_ == BrushStyle::Solid ? QBrush(ToQColor(brush_)) : QBrush());
+    painter_.setBrush(state_.brushStyle == BrushStyle::Solid ? QBrush(ToQColor(state_.brush)) : QBrush());
     painter_.drawEllipse(QRectF(box).translated(kStrokeOffset, kStrokeOffset));
   }
 
   void Rectangle(int x1, int y1, int x2, int y2) override {
     const QRect box = Box(x1, y1, x2, y2);
     if (box.width() <= 0 || box.height() <= 0 || !Visible(box, 2)) return;
-    if (brushStyle_ == BrushStyle::Solid) painter_.fillRect(box, ToQColor(brush_));
+    if (state_.brushStyle == BrushStyle::Solid) painter_.fillRect(box, ToQColor(state_.brush));
     // The outline runs on the outermost pixels of the box, as on a bitmap.
     QPen pen = StrokePen();
     pen.setJoinStyle(Qt::MiterJoin);
@@ -101,7 +98,7 @@ class QtVectorCanvas : public Canvas {
   void FillRect(int x1, int y1, int x2, int y2) override {
     const QRect box = Box(x1, y1, x2, y2);
     if (box.width() > 0 && box.height() > 0 && Visible(box, 0))
-      painter_.fillRect(box, ToQColor(brush_));
+      painter_.fillRect(box, ToQColor(state_.brush));
   }
 
   void TextOut(int x, int y, const std::string& text) override {
@@ -109,8 +106,8 @@ class QtVectorCanvas : public Canvas {
     const QFontMetrics metrics(measureFont_);
     const QRect cell(ClampCoord(x), ClampCoord(y), metrics.horizontalAdvance(s), metrics.height());
     if (!Visible(cell, 0)) return;
-    if (brushStyle_ == BrushStyle::Solid) painter_.fillRect(cell, ToQColor(brush_));
-    painter_.setPen(ToQColor(font_));
+    if (state_.brushStyle == BrushStyle::Solid) painter_.fillRect(cell, ToQColor(state_.brush));
+    painter_.setPen(ToQColor(state_.font));
     painter_.setFont(drawFont_);
     painter_.drawText(QPointF(cell.left(), cell.top() + metrics.ascent()), s);
   }
@@ -124,8 +121,8 @@ class QtVectorCanvas : public Canvas {
     painter_.save();
     painter_.translate(ClampCoord(x), ClampCoord(y));
     painter_.rotate(-90);
-    if (brushStyle_ == BrushStyle::Solid) painter_.fillRect(cell, ToQColor(brush_));
-    painter_.setPen(ToQColor(font_));
+    if (state_.brushStyle == BrushStyle::Solid) painter_.fillRect(cell, ToQColor(state_.brush));
+    painter_.setPen(ToQColor(state_.font));
     painter_.setFont(drawFont_);
     painter_.drawText(QPointF(0, metrics.ascent()), s);
     painter_.restore();
@@ -160,21 +157,21 @@ class QtVectorCanvas : public Canvas {
 
  private:
   void FontChanged() {
-    measureFont_ = ChartFont(fontName_, fontPoints_, bold_);
+    measureFont_ = ChartFont(state_.fontName, state_.fontPoints, state_.bold);
     // A reader of the file knows nothing of the fallback: name the face really used.
     drawFont_ = measureFont_;
     drawFont_.setFamily(QFontInfo(measureFont_).family());
   }
 
   QPen StrokePen() const {
-    QPen pen(ToQColor(pen_));
-    pen.setWidthF(std::clamp(penWidth_, 1, kMaxPenWidth));
-    if (penStyle_ == PenStyle::Solid) {
+    QPen pen(ToQColor(state_.pen));
+    pen.setWidthF(std::clamp(state_.penWidth, 1, kMaxPenWidth));
+    if (state_.penStyle == PenStyle::Solid) {
       pen.setCapStyle(Qt::RoundCap);
       pen.setJoinStyle(Qt::RoundJoin);
     } else {
       // Round caps would swell the dots into a line.
-      pen.setStyle(penStyle_ == PenStyle::Dash ? Qt::DashLine : Qt::DotLine);
+      pen.setStyle(state_.penStyle == PenStyle::Dash ? Qt::DashLine : Qt::DotLine);
       pen.setCapStyle(Qt::FlatCap);
     }
     return pen;
@@ -192,14 +189,7 @@ class QtVectorCanvas : public Canvas {
 
   QPainter& painter_;
   int width_ = 0, height_ = 0;
-  TColor pen_ = 0, brush_ = 0xFFFFFF, font_ = 0;
-  int penWidth_ = 1;
-  PenStyle penStyle_ = PenStyle::Solid;
-  BrushStyle brushStyle_ = BrushStyle::Solid;
-  std::string fontName_;
-  int fontPoints_ = 8;
-  bool bold_ = false;
-  int penX_ = 0, penY_ = 0;
+  CanvasState state_;
   QFont measureFont_, drawFont_;
 };
 

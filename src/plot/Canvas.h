@@ -17,6 +17,18 @@ class Bitmap;
 enum class PenStyle { Solid, Dash, Dot };
 enum class BrushStyle { Solid, Clear };
 
+// What a canvas remembers between calls: its pen, brush, font and the pen's position.
+struct CanvasState {
+  TColor pen = 0, brush = 0xFFFFFF, font = 0;
+  int penWidth = 1;
+  PenStyle penStyle = PenStyle::Solid;
+  BrushStyle brushStyle = BrushStyle::Solid;
+  std::string fontName;
+  int fontPoints = 8;
+  bool bold = false;
+  int penX = 0, penY = 0;
+};
+
 class Canvas {
  public:
   virtual ~Canvas() = default;

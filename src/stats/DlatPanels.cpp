@@ -65,12 +65,7 @@ PanelResults CalcDlatDist(AnalysisContext& context, TQVgraph& graph) {
   const double dlatBin = context.S.DlatBin;
   const BinnedValues binned = BinIntoRows(context, values.get(), n, dlatBin, 0);
   const double averDlat = binned.mean;
-  double squares = 0;
-  for (int32_t i = 0; i < n; ++i) {
-    const double d = averDlat - values[i];
-    squares += d * d;
-  }
-  const double dlatSD = std::sqrt(squares / n);
+  const double dlatSD = binned.sd;
 
   std::fill_n(context.WorkRow(2), kRowLength, 0.0f);
   const int32_t points = StaircaseRows(context, graph, 1, 1, dlatBin, 0);

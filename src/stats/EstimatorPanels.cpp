@@ -141,9 +141,7 @@ PanelResults CalcDcveDist(AnalysisContext& context, TQVgraph& graph) {
   // A short noisy track may give a negative D: the bins then start below 0.
   const double origin = SignedOrigin(vmin, bin);
   const BinnedValues binned = BinIntoRows(context, values.data(), n, bin, origin);
-  double squares = 0;
-  for (float v : values) squares += (v - binned.mean) * (v - binned.mean);
-  const double sd = std::sqrt(squares / n);
+  const double sd = binned.sd;
   std::vector<float> sorted = values;
   std::sort(sorted.begin(), sorted.end());
   const double median = n == 0         ? std::nan("")

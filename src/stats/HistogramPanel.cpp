@@ -21,6 +21,9 @@ BinnedValues BinIntoRows(AnalysisContext& context, const float* values, int32_t 
   BinnedValues binned;
   binned.mean = BuildHistogram(values, bins, static_cast<float>(bin), static_cast<float>(origin),
                                kHistogramBins, n, percent);
+  double squares = 0;
+  for (int32_t i = 0; i < n; ++i) squares += (values[i] - binned.mean) * (values[i] - binned.mean);
+  binned.sd = std::sqrt(squares / n);
   binned.last = LastFilledBin(bins, options.binsEnd);
   binned.maxBin = MaxBin(bins, binned.last);
   const int32_t xSlots = options.xThroughLast ? binned.last + 1 : kRowLength;

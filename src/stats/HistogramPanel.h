@@ -9,6 +9,7 @@
 
 struct BinnedValues {
   double mean = 0;    // BuildHistogram's mean
+  double sd = 0;      // the values' population SD around `mean` (NaN without values)
   int32_t last = 0;   // the last bin with a count
   float maxBin = 0;   // the largest count over bins 0 .. last
 };

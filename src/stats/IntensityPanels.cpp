@@ -25,12 +25,7 @@ MeanAndSD IntensityHistogram(AnalysisContext& context, TQVgraph& graph, const fl
   float* fit = context.WorkRow(2);
   const BinnedValues binned = BinIntoRows(context, values, count, context.S.IntStep, 0);
   const double mean = binned.mean;
-  double squares = 0;
-  for (int32_t v = 0; v < count; ++v) {
-    const double d = mean - values[v];
-    squares += d * d;
-  }
-  const double sd = std::sqrt(squares / count);
+  const double sd = binned.sd;
 
   std::fill(fit, fit + kRowLength, 0.0f);
 

@@ -64,9 +64,7 @@ PanelResults CalcMobilitySlopeDist(AnalysisContext& context, TQVgraph& graph) {
   options.emptyAsCounts = true;
   const BinnedValues binned = BinIntoRows(context, values.get(), n, kSlopeBin, origin, options);
   const double mean = binned.mean;
-  double squares = 0;
-  for (int32_t i = 0; i < n; ++i) squares += (mean - values[i]) * (mean - values[i]);
-  const double sd = std::sqrt(squares / n);
+  const double sd = binned.sd;
 
   const float maxBin = binned.maxBin;
   const int32_t points = StaircaseRows(context, graph, 1, 1, kSlopeBin, origin);

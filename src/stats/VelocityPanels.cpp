@@ -171,9 +171,7 @@ PanelResults CalcVelDist(AnalysisContext& context, TQVgraph& graph) {
   const int32_t last = binned.last;
   const float maxBin = binned.maxBin;
 
-  double squares = 0;
-  for (int32_t i = 0; i < n; ++i) squares += (values[i] - mean) * (values[i] - mean);
-  const double sd = std::sqrt(squares / n);
+  const double sd = binned.sd;
 
   const double area = context.Flags.ShowFreq ? 100 * bin : n * bin;
   float mode = x[0];
