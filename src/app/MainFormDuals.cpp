@@ -9,13 +9,16 @@
 
 namespace {
 
+// True once "Find Dual Tracks" has run; otherwise tells the user `notYet`.
+bool HaveDuals(TMainForm& form, const char* notYet) {
+  if (!form.DualsFound) form.platform().ShowError(notYet);
+  return form.DualsFound;
+}
+
 // The four exports need the pairs first; then they ask for the file. Nullopt when there
 // are no pairs (said) or the dialog is cancelled (silent).
 std::optional<std::string> AskDualExportPath(TMainForm& form) {
-  if (!form.DualsFound) {
-    form.platform().ShowError("Click 'dual tracks' in 'Actions' first");
-    return std::nullopt;
-  }
+  if (!HaveDuals(form, "Click 'dual tracks' in 'Actions' first")) return std::nullopt;
   return form.platform().SaveFileDialog(kTextSaveDialog);
 }
 
@@ -31,19 +34,13 @@ void TMainForm::FindDualTracksClick() {
 
 // The cut tracks keep their Dlat and AverVel until something refits them.
 void TMainForm::LeaveDualsPartsOnlyClick() {
-  if (!DualsFound) {
-    platform_.ShowError("Do 'Find Dual Tracks' first");
-    return;
-  }
+  if (!HaveDuals(*this, "Do 'Find Dual Tracks' first")) return;
   LeaveDualsPartsOnly(Spots);
   UpdateAnalysis();
 }
 
 void TMainForm::DynamicBindingClick() {
-  if (!DualsFound) {
-    platform_.ShowError("Do \"Find Dual Tracks\" first");
-    return;
-  }
+  if (!HaveDuals(*this, "Do \"Find Dual Tracks\" first")) return;
   DynamicBinding(Spots);
   UpdateAnalysis();
 }

@@ -15,10 +15,7 @@ bool WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool 
   for (int k = 1; k <= kMsdExportLags; ++k) header += FormatReal(k * dT) + "\t";
   WriteExportText(out, header + "\n");
 
-  for (int32_t t = 0; t < spots.NSpots; ++t) {
-    if (!GoOn(keepGoing, t, spots.NSpots)) return false;
-    const SpotRec& track = spots[t];
-    if (!track.Valid) continue;
+  return EachValidTrack(spots, keepGoing, [&](const SpotRec& track) {
     const int32_t n = std::min(track.ReadablePoints(), kMsdExportPoints);
     CalcTrackMSD(track.X.data(), track.Y.data(), n, static_cast<float>(dT), scratch.Dk,
                  scratch.MSD, independentPairs);
@@ -26,6 +23,5 @@ bool WriteTrackMSDs(std::ostream& out, const TrackStore& spots, double dT, bool 
     for (int32_t k = 1; k < n / 2 && k <= kMsdExportLags; ++k)
       line += ThousandthsText(scratch.MSD[k]) + "\t";
     WriteExportText(out, line + "\n");
-  }
-  return true;
+  });
 }

@@ -40,18 +40,14 @@ bool WriteRows(std::ostream& out, const TrackStore& spots, const TrackExportOpti
     for (int32_t k = 0; k < n; ++k) line += "\t" + format(values[k]);
     WriteExportText(out, line + "\n");
   };
-  for (int32_t t = 0; t < spots.NSpots; ++t) {
-    if (!GoOn(keepGoing, t, spots.NSpots)) return false;
-    const SpotRec& track = spots[t];
-    if (!track.Valid) continue;
+  return EachValidTrack(spots, keepGoing, [&](const SpotRec& track) {
     const int32_t n = std::min(track.ReadablePoints(), longest);
     if (WantsXY(options.Mode)) {
       writeLine(kXHeader, track.X, n, ThousandthsText);
       writeLine(kYHeader, track.Y, n, ThousandthsText);
     }
     if (WantsInt(options.Mode)) writeLine(kIntHeader, track.Int, n, TenthsText);
-  }
-  return true;
+  });
 }
 
 // One line per frame. The header and every row count their track columns on their own;
