@@ -15,22 +15,6 @@ static std::unique_ptr<TrackStore> LoadWithValues(const PopulationPlan& plan) {
   return store;
 }
 
-
-// The normals are checked through the tracks below (their Dlat), reproducibility through
-// the files.
-TEST(SimRandom, UniformsStayInTheirRanges) {
-  SimRandom a(42);
-  int seen[4] = {};
-  for (int i = 0; i < 4000; ++i) {
-    const int32_t v = a.UniformInt(-1, 2);
-    const double u = a.Uniform();
-    ASSERT_TRUE(v >= -1 && v <= 2 && u >= 0 && u < 1) << v << " " << u;
-    ++seen[v + 1];
-  }
-  for (int count : seen) EXPECT_NEAR(count, 1000, 120);
-  EXPECT_TRUE(a.UniformInt(5, 5) == 5 && a.UniformInt(5, 2) == 5);
-}
-
 TEST(Simulator, SameSeedSameBytesAndDriftIsCommon) {
   PopulationPlan plan{.seed = 7, .mixed = true, .drift = {}};
   const std::string p1 = TempPath("seed7a.qvi"), p2 = TempPath("seed7b.qvi"),
