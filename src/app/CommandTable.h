@@ -68,14 +68,6 @@ struct RowMaker {
   // The handler of a toggle that only carries its check mark.
   static constexpr typename Row::Plain kMarkOnly = nullptr;
 
-  static constexpr Row SubMenu(const char* name, const char* caption, const char* parent = "") {
-    Row r;
-    r.kind = ItemKind::SubMenu;
-    r.name = name;
-    r.caption = caption;
-    r.parent = parent;
-    return r;
-  }
   static constexpr Row Command(const char* parent, const char* name, const char* caption,
                                typename Row::Plain handler, Changes changes,
                                Answer answer = Answer::None, const char* shortcut = "") {
@@ -87,6 +79,11 @@ struct RowMaker {
     r.changes = changes;
     r.answer = answer;
     r.shortcut = shortcut;
+    return r;
+  }
+  static constexpr Row SubMenu(const char* name, const char* caption, const char* parent = "") {
+    Row r = Command(parent, name, caption, typename Row::Plain{}, Changes::Nothing);
+    r.kind = ItemKind::SubMenu;
     return r;
   }
   static constexpr Row Command(const char* parent, const char* name, const char* caption,

@@ -1,5 +1,7 @@
 #include "cli/BatchOptions.h"
 
+#include <utility>
+
 #include "store/Numbers.h"
 
 namespace {
@@ -18,6 +20,24 @@ bool ParseSize(const std::string& text, int& width, int& height) {
   return true;
 }
 
+// Options that take their value as it stands, and switches.
+constexpr std::pair<const char*, std::string BatchOptions::*> kTextOptions[] = {
+    {"--table", &BatchOptions::tablePath},     {"--rows", &BatchOptions::rowsPath},
+    {"--summary", &BatchOptions::summaryPath}, {"--out-dir", &BatchOptions::outDir},
+    {"--columns", &BatchOptions::columns},     {"--intensity", &BatchOptions::intensity}};
+constexpr std::pair<const char*, bool BatchOptions::*> kSwitches[] = {
+    {"--notes", &BatchOptions::notes},
+    {"--csv", &BatchOptions::csv},
+    {"--each", &BatchOptions::each},
+    {"--stop-on-error", &BatchOptions::stopOnError}};
+
+template <class Member, size_t N>
+const Member* FindOption(const std::pair<const char*, Member> (&table)[N], const std::string& arg) {
+  for (const auto& [name, member] : table)
+    if (arg == name) return &member;
+  return nullptr;
+}
+
 }  // namespace
 
 std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& args,
@@ -34,7 +54,11 @@ std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& ar
       return true;
     };
     std::string v;
-    if (arg == "--help" || arg == "-h") {
+    if (const auto text = FindOption(kTextOptions, arg)) {
+      if (!value(options.**text)) return std::nullopt;
+    } else if (const auto on = FindOption(kSwitches, arg)) {
+      options.**on = true;
+    } else if (arg == "--help" || arg == "-h") {
       options.help = true;
       // A command name may follow: its help in detail.
       if (i + 1 < args.size() && !args[i + 1].empty() && args[i + 1][0] != '-')
@@ -57,22 +81,6 @@ std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& ar
         return std::nullopt;
       }
       options.steps.push_back(std::move(step));
-    } else if (arg == "--table") {
-      if (!value(options.tablePath)) return std::nullopt;
-    } else if (arg == "--rows") {
-      if (!value(options.rowsPath)) return std::nullopt;
-    } else if (arg == "--summary") {
-      if (!value(options.summaryPath)) return std::nullopt;
-    } else if (arg == "--out-dir") {
-      if (!value(options.outDir)) return std::nullopt;
-    } else if (arg == "--notes") {
-      options.notes = true;
-    } else if (arg == "--csv") {
-      options.csv = true;
-    } else if (arg == "--each") {
-      options.each = true;
-    } else if (arg == "--stop-on-error") {
-      options.stopOnError = true;
     } else if (arg == "--pixel-size" || arg == "--frame-interval") {
       if (!value(v)) return std::nullopt;
       const std::optional<double> number = ParseNumber(v);
@@ -81,10 +89,6 @@ std::optional<BatchOptions> ParseBatchOptions(const std::vector<std::string>& ar
         return std::nullopt;
       }
       (arg == "--pixel-size" ? options.pixelSizeUm : options.frameIntervalS) = *number;
-    } else if (arg == "--columns") {
-      if (!value(options.columns)) return std::nullopt;
-    } else if (arg == "--intensity") {
-      if (!value(options.intensity)) return std::nullopt;
     } else if (arg == "--units") {
       if (!value(options.positionUnit)) return std::nullopt;
       if (options.positionUnit != "px" && options.positionUnit != "um" &&
